@@ -1,0 +1,25 @@
+#pragma once
+// The platform services the core reaches. The application (or a test fixture) installs them
+// once at start; the stateless namespaces (Prefs, Log, History …) read them from here.
+
+namespace selvar {
+
+class MainQueue;
+class Clock;
+class SettingsStore;
+class NotificationCenter;
+class FileLocations;
+
+struct Services {
+  MainQueue *mainQueue = nullptr;
+  Clock *clock = nullptr;
+  SettingsStore *settings = nullptr;
+  NotificationCenter *notifications = nullptr;
+  FileLocations *files = nullptr;
+};
+
+// The installed services. Every member is set before any core code runs.
+Services &services();
+void installServices(const Services &s);
+
+} // namespace selvar

@@ -1,0 +1,35 @@
+#include "platform/fake/FakeEnvironment.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <string>
+#include <unistd.h>
+
+namespace selvar {
+
+namespace fs = std::filesystem;
+
+fs::path FakeEnvironment::makeRoot() {
+  static std::atomic<int> counter{0};
+  fs::path base = fs::temp_directory_path() /
+                  ("selvar-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
+  std::error_code ec;
+  fs::remove_all(base, ec);
+  fs::create_directories(base / "tmp", ec);
+  fs::create_directories(base / "home", ec);
+  return base;
+}
+
+FakeEnvironment::FakeEnvironment(WallTime wallStart)
+    : queue(wallStart), files(makeRoot()), root_(files.dataRoot().parent_path()),
+      previous_(services()) {
+  installServices({&queue, &queue, &settings, &notifications, &files});
+}
+
+FakeEnvironment::~FakeEnvironment() {
+  installServices(previous_);
+  std::error_code ec;
+  fs::remove_all(root_, ec);
+}
+
+} // namespace selvar

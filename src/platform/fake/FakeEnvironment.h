@@ -1,0 +1,48 @@
+#pragma once
+// Everything a test needs to run core code: a manual main queue and clock, in-memory settings,
+// a notification centre and a fresh temporary data root, installed as the services on
+// construction and removed on destruction.
+
+#include "platform/FileLocations.h"
+#include "platform/NotificationCenter.h"
+#include "platform/Services.h"
+#include "platform/fake/ManualMainQueue.h"
+#include "platform/fake/MemorySettingsStore.h"
+
+namespace selvar {
+
+class TempFileLocations : public FileLocations {
+public:
+  explicit TempFileLocations(std::filesystem::path root) : root_(std::move(root)) {}
+  std::filesystem::path dataRoot() const override { return root_ / "data"; }
+  std::filesystem::path configDir() const override { return root_ / "config"; }
+  std::filesystem::path homeDir() const override { return root_ / "home"; }
+  std::filesystem::path tempDir() const override { return root_ / "tmp"; }
+  std::optional<std::filesystem::path> resourcesDir() const override { return resources; }
+  std::optional<std::filesystem::path> resources;
+
+private:
+  std::filesystem::path root_;
+};
+
+class FakeEnvironment {
+public:
+  explicit FakeEnvironment(WallTime wallStart = ManualMainQueue::defaultWallStart());
+  ~FakeEnvironment();
+  FakeEnvironment(const FakeEnvironment &) = delete;
+  FakeEnvironment &operator=(const FakeEnvironment &) = delete;
+
+  const std::filesystem::path &root() const { return root_; }
+
+  ManualMainQueue queue;
+  MemorySettingsStore settings;
+  NotificationCenter notifications;
+  TempFileLocations files;
+
+private:
+  static std::filesystem::path makeRoot();
+  std::filesystem::path root_;
+  Services previous_;
+};
+
+} // namespace selvar
