@@ -9,6 +9,8 @@ class Clock;
 class SettingsStore;
 class NotificationCenter;
 class FileLocations;
+class Workspace;
+class PermissionAccess;
 
 struct Services {
   MainQueue *mainQueue = nullptr;
@@ -16,6 +18,8 @@ struct Services {
   SettingsStore *settings = nullptr;
   NotificationCenter *notifications = nullptr;
   FileLocations *files = nullptr;
+  Workspace *workspace = nullptr;
+  PermissionAccess *permissions = nullptr;
 };
 
 // The installed services. Every member is set before any core code runs.

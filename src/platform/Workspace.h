@@ -1,0 +1,40 @@
+#pragma once
+// The running applications as the window system sees them: which one is frontmost, which are
+// running, activating one, and being told when the frontmost one changes.
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace selvar {
+
+struct RunningApp {
+  int pid = 0;
+  std::string bundleId; // empty when the application has none (Linux: the executable name)
+  std::string name;     // localized name shown to users
+  friend bool operator==(const RunningApp &, const RunningApp &) = default;
+};
+
+class Workspace {
+public:
+  using Token = std::uint64_t;
+  virtual ~Workspace() = default;
+  virtual std::optional<RunningApp> frontmostApplication() const = 0;
+  virtual std::vector<RunningApp> runningApplications() const = 0;
+  virtual bool isTerminated(int pid) const = 0;
+  virtual std::string ownBundleIdentifier() const = 0;
+  virtual int ownProcessId() const = 0;
+  // Brings the application forward; false when it could not be asked to.
+  virtual bool activate(int pid) = 0;
+  // Whether this process currently has a key (focused) window of its own.
+  virtual bool ownsKeyWindow() const = 0;
+  // Called on the main thread whenever another application becomes frontmost.
+  virtual Token observeActivations(std::function<void(const RunningApp &)> handler) = 0;
+  virtual void removeObserver(Token token) = 0;
+  // Opens a URL with the system's handler (settings panes, folders).
+  virtual bool openURL(const std::string &url) = 0;
+};
+
+} // namespace selvar
