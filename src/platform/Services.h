@@ -11,6 +11,12 @@ class NotificationCenter;
 class FileLocations;
 class Workspace;
 class PermissionAccess;
+class AudioSystem;
+class SpeechRecognition;
+class Accessibility;
+class Pasteboard;
+class KeySynthesizer;
+class KeyboardTap;
 
 struct Services {
   MainQueue *mainQueue = nullptr;
@@ -20,6 +26,12 @@ struct Services {
   FileLocations *files = nullptr;
   Workspace *workspace = nullptr;
   PermissionAccess *permissions = nullptr;
+  AudioSystem *audio = nullptr;
+  SpeechRecognition *speech = nullptr;
+  Accessibility *accessibility = nullptr;
+  Pasteboard *pasteboard = nullptr;
+  KeySynthesizer *keySynthesizer = nullptr;
+  KeyboardTap *keyboardTap = nullptr;
 };
 
 // The installed services. Every member is set before any core code runs.

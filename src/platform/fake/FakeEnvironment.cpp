@@ -23,7 +23,16 @@ fs::path FakeEnvironment::makeRoot() {
 FakeEnvironment::FakeEnvironment(WallTime wallStart)
     : queue(wallStart), files(makeRoot()), root_(files.dataRoot().parent_path()),
       previous_(services()) {
-  installServices({&queue, &queue, &settings, &notifications, &files});
+  Services s{&queue, &queue, &settings, &notifications, &files};
+  s.workspace = &workspace;
+  s.permissions = &permissions;
+  s.audio = &audio;
+  s.speech = &speech;
+  s.accessibility = &accessibility;
+  s.pasteboard = &pasteboard;
+  s.keySynthesizer = &keys;
+  s.keyboardTap = &keyboardTap;
+  installServices(s);
 }
 
 FakeEnvironment::~FakeEnvironment() {

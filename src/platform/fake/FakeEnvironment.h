@@ -6,6 +6,14 @@
 #include "platform/FileLocations.h"
 #include "platform/NotificationCenter.h"
 #include "platform/Services.h"
+#include "platform/fake/FakeAccessibility.h"
+#include "platform/fake/FakeAudioSystem.h"
+#include "platform/fake/FakeKeySynthesizer.h"
+#include "platform/fake/FakeKeyboardTap.h"
+#include "platform/fake/FakePasteboard.h"
+#include "platform/fake/FakePermissionAccess.h"
+#include "platform/fake/FakeSpeechRecognition.h"
+#include "platform/fake/FakeWorkspace.h"
 #include "platform/fake/ManualMainQueue.h"
 #include "platform/fake/MemorySettingsStore.h"
 
@@ -38,6 +46,14 @@ public:
   MemorySettingsStore settings;
   NotificationCenter notifications;
   TempFileLocations files;
+  FakeWorkspace workspace;
+  FakePermissionAccess permissions;
+  FakeAudioSystem audio;
+  FakeSpeechRecognition speech;
+  FakeAccessibility accessibility;
+  FakePasteboard pasteboard;
+  FakeKeySynthesizer keys;
+  FakeKeyboardTap keyboardTap;
 
 private:
   static std::filesystem::path makeRoot();
