@@ -23,14 +23,14 @@ bool FakeWorkspace::isTerminated(int pid) const {
 bool FakeWorkspace::activate(int pid) {
   activations.push_back({pid, false});
   if (isTerminated(pid)) return false;
-  bringToFront(pid);
+  if (activationsTakeEffect) bringToFront(pid);
   return true;
 }
 
 bool FakeWorkspace::activateIgnoringOtherApps(int pid) {
   activations.push_back({pid, true});
   if (isTerminated(pid)) return false;
-  bringToFront(pid);
+  if (activationsTakeEffect) bringToFront(pid);
   return true;
 }
 

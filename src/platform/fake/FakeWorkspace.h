@@ -36,6 +36,8 @@ public:
   std::optional<int> frontPid;
   std::set<int> terminated;
   bool hasKeyWindow = false;
+  // Off: activation requests are recorded but nothing comes forward (a stubborn window system).
+  bool activationsTakeEffect = true;
   struct Activation {
     int pid;
     bool ignoringOtherApps;
