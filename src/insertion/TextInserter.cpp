@@ -3,7 +3,6 @@
 #include "app/Prefs.h"
 #include "insertion/PreviousApplication.h"
 #include "platform/KeySynthesizer.h"
-#include "platform/KeyboardTap.h"
 #include "platform/MainQueue.h"
 #include "platform/Pasteboard.h"
 #include "platform/Services.h"
@@ -12,6 +11,8 @@
 namespace selvar::TextInserter {
 
 namespace {
+
+constexpr std::uint64_t kCommandFlag = 0x100000;
 
 struct PasteJob {
   std::string text;
@@ -55,7 +56,7 @@ bool restoreFocus(const PasteJob &job) {
 }
 
 void postPaste() {
-  if (!services().keySynthesizer->postKeystroke(kVKeyCode, ModifierFlag::command, kKeyHoldSeconds))
+  if (!services().keySynthesizer->postKeystroke(kVKeyCode, kCommandFlag, kKeyHoldSeconds))
     Log::write("insert: could not create the paste keystroke; the text stays on the clipboard");
 }
 

@@ -7,15 +7,6 @@
 
 namespace selvar {
 
-// Modifier bits of a key event's flags word (device-independent ones).
-namespace ModifierFlag {
-inline constexpr std::uint64_t shift = 0x20000;
-inline constexpr std::uint64_t control = 0x40000;
-inline constexpr std::uint64_t option = 0x80000;
-inline constexpr std::uint64_t command = 0x100000;
-inline constexpr std::uint64_t chordMask = 0x1E0000;
-} // namespace ModifierFlag
-
 struct KeyEvent {
   enum class Type {
     keyDown,
@@ -27,7 +18,7 @@ struct KeyEvent {
   };
   Type type = Type::other;
   int keyCode = 0;
-  std::uint64_t flags = 0;
+  std::uint64_t flags = 0; // the event's flags word (modifier and device bits)
 };
 
 class KeyboardTap {
