@@ -9,6 +9,7 @@ class Clock;
 class SettingsStore;
 class NotificationCenter;
 class FileLocations;
+class Dsp;
 
 struct Services {
   MainQueue *mainQueue = nullptr;
@@ -16,6 +17,7 @@ struct Services {
   SettingsStore *settings = nullptr;
   NotificationCenter *notifications = nullptr;
   FileLocations *files = nullptr;
+  const Dsp *dsp = nullptr;
 };
 
 // The installed services. Every member is set before any core code runs.
