@@ -14,9 +14,19 @@ void PortableDsp::hannWindow(std::span<float> window) const {
 
 float PortableDsp::rms(std::span<const float> samples) const {
   if (samples.empty()) return 0;
+  // Independent partial sums let the compiler keep several additions in flight (or in one
+  // vector register) instead of waiting on a single running total.
+  constexpr std::size_t kLanes = 8;
+  float lanes[kLanes] = {};
+  std::size_t i = 0;
+  for (; i + kLanes <= samples.size(); i += kLanes)
+    for (std::size_t k = 0; k < kLanes; ++k)
+      lanes[k] += samples[i + k] * samples[i + k];
   double sum = 0;
-  for (float x : samples)
-    sum += static_cast<double>(x) * x;
+  for (; i < samples.size(); ++i)
+    sum += static_cast<double>(samples[i]) * samples[i];
+  for (float lane : lanes)
+    sum += lane;
   return static_cast<float>(std::sqrt(sum / static_cast<double>(samples.size())));
 }
 
