@@ -3,6 +3,7 @@
 #include "hud/SyntheticSpectrum.h"
 #include "platform/fake/FakeEnvironment.h"
 
+#include <array>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <numbers>
@@ -52,9 +53,6 @@ TEST_F(HUDModelTest, FirstPushAfterResetIsOneSixtiethOfASecond) {
     }
     model.reset();
     EXPECT_EQ(model.bands(), HUDModel::Bands{});
-    EXPECT_EQ(model.lastPush(), 0.0);
-    EXPECT_EQ(model.phase(), 0.0);
-    EXPECT_EQ(model.energy(), 0.0);
     env.queue.advance(5);
   }
 }
@@ -112,21 +110,6 @@ TEST_F(HUDModelTest, WallsStopTheSpring) {
   EXPECT_TRUE(hitTop);
 }
 
-TEST_F(HUDModelTest, BarsRiseFasterThanTheyFall) {
-  auto run = [&](double level, int frames) {
-    for (int i = 0; i < frames; ++i) {
-      model.push(flat(level));
-      env.queue.advance(1.0 / 60);
-    }
-    return model.bands()[5];
-  };
-  const double rise = run(0.8, 4);
-  const double settled = run(0.8, 120);
-  ASSERT_NEAR(settled, 0.8, 1e-3);
-  const double fall = settled - run(0.0, 4);
-  EXPECT_GT(rise, 1.5 * fall);
-}
-
 TEST_F(HUDModelTest, EnergyRisesQuicklyFallsSlowlyAndDrivesThePhase) {
   model.push(flat(1.0));
   EXPECT_NEAR(model.energy(), 0.85, 1e-12);
@@ -150,84 +133,55 @@ TEST_F(HUDModelTest, EnergyRisesQuicklyFallsSlowlyAndDrivesThePhase) {
   }
 }
 
-TEST_F(HUDModelTest, ObserversHearEachPublishedChange) {
+TEST_F(HUDModelTest, ObserversHearEachChangeAndMayComeAndGoMeanwhile) {
   std::vector<Field> heard;
-  auto token = model.subscribe([&](Field f) { heard.push_back(f); });
+  int late = 0;
+  HUDModel::Token token = 0;
+  token = model.subscribe([&](Field f) {
+    heard.push_back(f);
+    if (f != Field::material) return;
+    model.unsubscribe(token); // leaving and joining during a delivery must be safe
+    model.subscribe([&](Field) { ++late; });
+  });
   model.push(flat(0.4));
   model.setState("Listening");
   model.setQuestion("Send it?");
   model.setStyle(HUDPreference::mini);
   model.setMaterial(HUDMaterial::glass);
+  EXPECT_EQ(late, 0);
   model.reset();
   EXPECT_EQ(heard, (std::vector<Field>{Field::bands, Field::phase, Field::state, Field::question,
-                                       Field::style, Field::material, Field::bands, Field::phase}));
-  model.unsubscribe(token);
-  model.push(flat(0.4));
-  EXPECT_EQ(heard.size(), 8u);
-}
-
-TEST_F(HUDModelTest, ObserversMayComeAndGoWhileBeingNotified) {
-  int first = 0, second = 0, late = 0;
-  HUDModel::Token firstToken = 0;
-  firstToken = model.subscribe([&](Field) {
-    ++first;
-    model.unsubscribe(firstToken);
-    model.subscribe([&](Field) { ++late; });
-  });
-  model.subscribe([&](Field) { ++second; });
-  model.setState("a");
-  EXPECT_EQ(first, 1);
-  EXPECT_EQ(second, 1);
-  EXPECT_EQ(late, 0); // joined during the delivery: hears the next one
-  model.setState("b");
-  EXPECT_EQ(first, 1);
-  EXPECT_EQ(second, 2);
-  EXPECT_EQ(late, 1);
+                                       Field::style, Field::material}));
+  EXPECT_EQ(late, 2);
 }
 
 TEST(HUDPresentation, StateTextPicksTintAndSymbol) {
-  struct Case {
-    const char *state;
-    HUDStateKind kind;
-    HUDTint tint;
-    const char *symbol;
-  } cases[] = {
-      {"Grant microphone access, then listen again", HUDStateKind::warning, HUDTint::orange,
-       "exclamationmark.triangle.fill"},
-      {"No on-device speech model", HUDStateKind::warning, HUDTint::orange,
-       "exclamationmark.triangle.fill"},
-      {"Listening…", HUDStateKind::listening, HUDTint::red, "mic.fill"},
-      {"SPEAK NOW", HUDStateKind::listening, HUDTint::red, "mic.fill"},
-      {"Transcribing…", HUDStateKind::transcribing, HUDTint::accent, "ellipsis.bubble.fill"},
-      {"Copied to clipboard", HUDStateKind::other, HUDTint::secondary, ""},
-      {"", HUDStateKind::other, HUDTint::secondary, ""},
+  const StatePresentation warning{HUDStateKind::warning, HUDTint::orange,
+                                  "exclamationmark.triangle.fill"};
+  const StatePresentation listening{HUDStateKind::listening, HUDTint::red, "mic.fill"};
+  const std::pair<const char *, StatePresentation> cases[] = {
+      {"Grant microphone access, then listen again", warning},
+      {"No on-device speech model", warning},
+      {"SPEAK NOW", listening},
+      {"Transcribing…", {HUDStateKind::transcribing, HUDTint::accent, "ellipsis.bubble.fill"}},
+      {"Copied to clipboard", {HUDStateKind::other, HUDTint::secondary, ""}},
   };
-  for (const auto &c : cases) {
-    auto p = presentState(c.state);
-    EXPECT_EQ(p.kind, c.kind) << c.state;
-    EXPECT_EQ(p.tint, c.tint) << c.state;
-    EXPECT_EQ(p.symbol, c.symbol) << c.state;
-  }
+  for (const auto &[state, expected] : cases)
+    EXPECT_EQ(presentState(state), expected) << state;
 }
 
 TEST_F(HUDModelTest, HintFollowsTheTriggerPreferences) {
-  struct Case {
-    const char *mode;
-    const char *trigger;
-    const char *hint;
-  } cases[] = {
+  const std::array<std::array<const char *, 3>, 5> cases{{
       {"hold", "rightCommand", "release to finish"},
       {"automatic", "rightCommand", "pause to stop"},
-      {"toggle", "rightOption", "⌥ to stop"},
       {"toggle", "rightCommand", "⌘ to stop"},
-      {"toggle", "rightControl", "⌃ to stop"},
       {"toggle", "fnGlobe", "fn to stop"},
       {"toggle", "fnglobe", "⌥ to stop"},
-  };
-  for (const auto &c : cases) {
-    env.settings.setValue(PrefKey::triggerMode, std::string(c.mode));
-    env.settings.setValue(PrefKey::trigger, std::string(c.trigger));
-    EXPECT_EQ(model.hint(), c.hint) << c.mode << "/" << c.trigger;
+  }};
+  for (const auto &[mode, trigger, hint] : cases) {
+    env.settings.setValue(PrefKey::triggerMode, std::string(mode));
+    env.settings.setValue(PrefKey::trigger, std::string(trigger));
+    EXPECT_EQ(model.hint(), hint) << mode << "/" << trigger;
   }
   HUDModel custom({}, [] { return std::string("⌃⌥K"); });
   EXPECT_EQ(custom.hint(), "⌃⌥K to stop");

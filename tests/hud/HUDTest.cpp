@@ -74,14 +74,15 @@ TEST_F(HUDTest, StoredOriginsAreHonouredOnlyNearAnAttachedScreen) {
     Point expected;
   } cases[] = {
       {"inside", "300,400", {300, 400}},
+      {"on the second screen", "2000,500", {2000, 500}},
       {"fractional", "300.75,400.25", {300.75, 400.25}},
-      {"30 pt past the right edge", "1470,400", {1440 - 220 - 8, 400}},
+      {"30 pt into the next screen", "1470,400", {1440 - 220 - 8, 400}}, // first match wins
       {"below the usable area", "100,60", {100, 88}},
-      {"50 pt past the right edge", "1490,400", {610, 220}},
+      {"50 pt above the top edge", "400,925", {610, 220}},
       {"disconnected monitor", "-1500,300", {610, 220}},
       {"unreadable", "here", {610, 220}},
   };
-  hud();
+  screens.frames = {kMain, kRight};
   for (const auto &c : cases) {
     env.settings.setValue(PrefKey::hudOrigin, std::string(c.stored));
     hud().show("Listening…");
@@ -90,15 +91,10 @@ TEST_F(HUDTest, StoredOriginsAreHonouredOnlyNearAnAttachedScreen) {
   }
 }
 
-TEST_F(HUDTest, ScreensAreSearchedInOrderAndHeadlessLeavesThePanelAlone) {
-  screens.frames = {kMain, kRight};
-  Prefs::setHudOrigin(Point{2000, 500});
-  hud().show("Listening…");
-  EXPECT_EQ(origin(), (Point{2000, 500}));
-  hud().hide();
-
+TEST_F(HUDTest, HeadlessLeavesThePanelWhereItIs) {
   screens.frames.clear();
   screens.main.reset();
+  hud();
   panel.setOrigin({42, 43});
   hud().show("Listening…");
   EXPECT_EQ(origin(), (Point{42, 43}));
@@ -171,20 +167,6 @@ TEST_F(HUDTest, HideRecordsAndReturnsTheModelToSilence) {
   EXPECT_EQ(records[1].name, "hud.hide");
   EXPECT_EQ(records[1].fields, nlohmann::json::object());
 }
-
-TEST_F(HUDTest, ADestroyedHudHearsNothingMore) {
-  hud().show("Listening…");
-  hud_.reset();
-  Prefs::setHudStyle(HUDPreference::mini);
-  panel.drag({700, 240}, {{720, 250}});
-  EXPECT_EQ(origin(), (Point{610, 220}));
-}
-
-} // namespace
-} // namespace selvar
-
-namespace selvar {
-namespace {
 
 TEST(HudPlacement, APanelWiderThanTheRoomKeepsItsRightAndTopEdgesInside) {
   const Rect small{{0, 0}, {200, 100}};

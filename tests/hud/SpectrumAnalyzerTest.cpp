@@ -49,10 +49,6 @@ TEST(SpectrumBandTable, At44_1kHzTheBinsWiden) {
   auto ranges = SpectrumAnalyzer::makeBandRanges(44100); // 43.07 Hz a bin
   EXPECT_EQ(ranges.front(), (Range{2, 3}));              // 90 Hz lies in bin 2
   EXPECT_EQ(ranges.back(), (Range{119, 139}));           // 6000 Hz is bin 139.3
-  for (std::size_t i = 1; i < ranges.size(); ++i) {
-    EXPECT_LE(ranges[i - 1].lower, ranges[i].lower);
-    EXPECT_LT(ranges[i].lower, ranges[i].upper);
-  }
 }
 
 TEST(SpectrumAnalyzer, ReadsOnlyTheLastFullBlockOfTheFirstChannel) {
@@ -130,7 +126,7 @@ TEST(SpectrumAnalyzer, PureToneLightsItsBandAndLeavesDistantBandsDark) {
     auto bands = analyzer.bands(mono(tone(hz, 0.02)));
     ASSERT_EQ(bands.size(), 28u);
     const std::size_t home = bandContaining(analyzer, hz);
-    EXPECT_GT(bands[home], 0.4f) << hz;
+    EXPECT_NEAR(bands[home], 0.49f, 0.01f) << hz; // the loudness gain of a tone at −34 dBFS
     EXPECT_EQ(bands[home], *std::max_element(bands.begin(), bands.end())) << hz;
     // Far outside the window's main lobe, leakage stays under the meter's floor.
     const double toneBin = hz / 46.875;
@@ -140,19 +136,6 @@ TEST(SpectrumAnalyzer, PureToneLightsItsBandAndLeavesDistantBandsDark) {
         EXPECT_EQ(bands[i], 0.0f) << hz << " Hz, band " << i;
       }
     }
-  }
-}
-
-TEST(SpectrumAnalyzer, HeightFollowsLoudnessButNeverBelowAFifth) {
-  struct Case {
-    double amplitude;
-    float peak;
-  } cases[] = {{0.5, 1.0f}, {0.1, 0.86f}, {0.02, 0.49f}, {0.0065, 0.2f}};
-  for (const auto &c : cases) {
-    SpectrumAnalyzer analyzer(48000, platformDsp());
-    auto bands = analyzer.bands(mono(tone(1000, c.amplitude)));
-    ASSERT_EQ(bands.size(), 28u);
-    EXPECT_NEAR(*std::max_element(bands.begin(), bands.end()), c.peak, 0.01) << c.amplitude;
   }
 }
 
