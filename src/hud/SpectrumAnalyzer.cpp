@@ -3,7 +3,6 @@
 #include "platform/Services.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -15,8 +14,14 @@ namespace {
 constexpr float kInitialFloor = 0.02f;
 constexpr float kSilenceRMS = 0.004f;
 
+// Both failures below are packaging or start-up faults, not conditions to run on with.
+[[noreturn]] void fatal(const char *what) {
+  std::fprintf(stderr, "fatal: %s\n", what);
+  std::abort();
+}
+
 const Dsp &installedDsp() {
-  assert(services().dsp && "the DSP service is installed before any capture starts");
+  if (!services().dsp) fatal("no DSP service installed before capture");
   return *services().dsp;
 }
 
@@ -33,11 +38,7 @@ SpectrumAnalyzer::SpectrumAnalyzer(double sampleRate)
 
 SpectrumAnalyzer::SpectrumAnalyzer(double sampleRate, const Dsp &dsp)
     : dsp_(dsp), setup_(dsp.makeRealFFT(10)), bandRanges_(makeBandRanges(sampleRate)) {
-  if (!setup_) {
-    // Without a transform there is no meter at all; this is a build or packaging fault.
-    std::fprintf(stderr, "fatal: no 1024-point FFT set-up\n");
-    std::abort();
-  }
+  if (!setup_) fatal("no 1024-point FFT set-up");
   dsp_.hannWindow(window_);
   floors_.fill(kInitialFloor);
 }

@@ -1,5 +1,7 @@
 #include "hud/SpectrumAnalyzer.h"
 
+#include "platform/fake/FakeEnvironment.h"
+
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -153,6 +155,19 @@ TEST(SpectrumAnalyzer, SteadyHumFadesOutWhileSpeechStillShows) {
   auto bands = analyzer.bands(mono(speech));
   EXPECT_GT(bands[bandContaining(analyzer, 2500)], 0.5f);
   EXPECT_EQ(bands[bandContaining(analyzer, 150)], 0.0f);
+}
+
+// The installed (reference) DSP and the platform's must draw the same meter.
+TEST(SpectrumAnalyzer, SameMeterWhateverTheDsp) {
+  FakeEnvironment env;
+  SpectrumAnalyzer reference(48000), platform(48000, platformDsp());
+  for (double hz : {120.0, 700.0, 3100.0}) {
+    const auto buffer = mono(tone(hz, 0.05));
+    auto want = reference.bands(buffer);
+    auto got = platform.bands(buffer);
+    for (std::size_t i = 0; i < 28; ++i)
+      EXPECT_NEAR(got[i], want[i], 1e-4) << hz << " " << i;
+  }
 }
 
 } // namespace
