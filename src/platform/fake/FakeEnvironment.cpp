@@ -23,7 +23,14 @@ fs::path FakeEnvironment::makeRoot() {
 FakeEnvironment::FakeEnvironment(WallTime wallStart)
     : queue(wallStart), files(makeRoot()), root_(files.dataRoot().parent_path()),
       previous_(services()) {
-  installServices({&queue, &queue, &settings, &notifications, &files});
+  Services s;
+  s.mainQueue = &queue;
+  s.clock = &queue;
+  s.settings = &settings;
+  s.notifications = &notifications;
+  s.files = &files;
+  s.dsp = &dsp;
+  installServices(s);
 }
 
 FakeEnvironment::~FakeEnvironment() {
