@@ -4,7 +4,6 @@
 #include "records/Log.h"
 #include "records/RecordTestSupport.h"
 
-#include <climits>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sstream>
@@ -56,27 +55,26 @@ TEST_F(DiagnosticsTest, SummaryLinesAreExact) {
   empty.setSampleRate(0);
   empty.finish("cancel", "", 2.0, std::nullopt);
 
-  // "t" is when each utterance started, not when it finished.
   auto all = lines();
   ASSERT_EQ(all.size(), 2u);
-  EXPECT_EQ(all[0], "{\"audio_s\":1.25,\"audio_seconds_captured\":0.3,\"buffers\":3,"
-                    "\"error\":\"HTTP\\/1.1 500\",\"final_chars\":5,\"frames\":4800,\"id\":\"" +
-                        u.id() +
-                        "\",\"kind\":\"utterance\",\"longest_partial_chars\":9,\"partials\":2,"
-                        "\"reason\":\"release\",\"reported_seconds\":0.063,\"rms_avg\":0.1826,"
-                        "\"rms_peak\":0.3,\"silent_buffer_pct\":33,\"suspect_truncation\":true,"
-                        "\"t\":\"2025-03-01T14:07:09.123Z\",\"timeline\":[{\"chars\":5,\"t\":0.25},"
-                        "{\"chars\":9,\"t\":0.75}]}");
+  for (auto [line, id] : {std::pair{&all[0], u.id()}, {&all[1], empty.id()}}) {
+    EXPECT_THAT(id, ::testing::MatchesRegex("[0-9a-f]{8}"));
+    line->replace(line->find(id), id.size(), "ID");
+  }
+  // "t" is when each utterance started, not when it finished.
+  EXPECT_EQ(all[0],
+            R"({"audio_s":1.25,"audio_seconds_captured":0.3,"buffers":3,)"
+            R"("error":"HTTP\/1.1 500","final_chars":5,"frames":4800,"id":"ID",)"
+            R"("kind":"utterance","longest_partial_chars":9,"partials":2,"reason":"release",)"
+            R"("reported_seconds":0.063,"rms_avg":0.1826,"rms_peak":0.3,"silent_buffer_pct":33,)"
+            R"("suspect_truncation":true,"t":"2025-03-01T14:07:09.123Z",)"
+            R"("timeline":[{"chars":5,"t":0.25},{"chars":9,"t":0.75}]})");
   // No audio: integer zeros, and a duration floored at a millisecond.
-  EXPECT_EQ(all[1], "{\"audio_s\":0.001,\"audio_seconds_captured\":0,\"buffers\":0,\"error\":\"\","
-                    "\"final_chars\":0,\"frames\":0,\"id\":\"" +
-                        empty.id() +
-                        "\",\"kind\":\"utterance\",\"longest_partial_chars\":0,\"partials\":0,"
-                        "\"reason\":\"cancel\",\"reported_seconds\":2,\"rms_avg\":0,\"rms_peak\":0,"
-                        "\"silent_buffer_pct\":0,\"suspect_truncation\":false,"
-                        "\"t\":\"2025-03-01T14:07:10.373Z\",\"timeline\":[]}");
-  EXPECT_THAT(u.id(), ::testing::MatchesRegex("[0-9a-f]{8}"));
-  EXPECT_NE(u.id(), empty.id());
+  EXPECT_EQ(all[1], R"({"audio_s":0.001,"audio_seconds_captured":0,"buffers":0,"error":"",)"
+                    R"("final_chars":0,"frames":0,"id":"ID","kind":"utterance",)"
+                    R"("longest_partial_chars":0,"partials":0,"reason":"cancel",)"
+                    R"("reported_seconds":2,"rms_avg":0,"rms_peak":0,"silent_buffer_pct":0,)"
+                    R"("suspect_truncation":false,"t":"2025-03-01T14:07:10.373Z","timeline":[]})");
 }
 
 TEST_F(DiagnosticsTest, TimelineStopsAt120WhileLongestKeepsGrowing) {
@@ -84,7 +82,7 @@ TEST_F(DiagnosticsTest, TimelineStopsAt120WhileLongestKeepsGrowing) {
   for (int i = 1; i <= 130; ++i) {
     env.queue.advance(0.001);
     u.partial(std::string(static_cast<std::size_t>(i), 'x'));
-    for (const char *blank : {"", "   ", "\n\t", "\xE3\x80\x80" /* ideographic space */})
+    for (const char *blank : {"", "   ", "\n\t", "\u3000"})
       u.partial(blank);
   }
   u.finish("release", std::string(130, 'x'), 1, std::nullopt);
@@ -108,14 +106,9 @@ TEST_F(DiagnosticsTest, SuspectTruncationComparesUserPerceivedCharacters) {
       {{"seventeen letters"}, "twenty characters!!!", 17, false},
       {{}, "", 0, false},
       // Three characters, six code points, nine bytes.
-      {{"e\xCC\x81"
-        "e\xCC\x81"
-        "e\xCC\x81"},
-       "abc",
-       3,
-       false},
+      {{"e\u0301e\u0301e\u0301"}, "abc", 3, false},
       // A toned thumbs-up is one character.
-      {{"\xF0\x9F\x91\x8D\xF0\x9F\x8F\xBD ok"}, "ok", 4, true},
+      {{"\U0001F44D\U0001F3FD ok"}, "ok", 4, true},
   };
   for (const auto &c : cases) {
     Diagnostics::Utterance u;
@@ -126,17 +119,6 @@ TEST_F(DiagnosticsTest, SuspectTruncationComparesUserPerceivedCharacters) {
     EXPECT_EQ(r["longest_partial_chars"], c.longest) << c.finalText;
     EXPECT_EQ(r["suspect_truncation"], c.suspect) << c.finalText;
   }
-}
-
-TEST_F(DiagnosticsTest, CounterOverflowTraps) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_DEATH(
-      {
-        Diagnostics::Utterance u;
-        u.audio(0.1f, LLONG_MAX);
-        u.audio(0.1f, 1);
-      },
-      "");
 }
 
 TEST_F(DiagnosticsTest, EventEnvelopeWinsAndNumbersKeepTheirKind) {
@@ -153,12 +135,11 @@ TEST_F(DiagnosticsTest, EventEnvelopeWinsAndNumbersKeepTheirKind) {
   Diagnostics::event("capture.input", {{"device", "Mic \xFF"}});
   auto all = lines();
   ASSERT_EQ(all.size(), 3u);
-  EXPECT_EQ(all[0], "{\"count\":3,\"kind\":\"event\",\"level\":0.1,\"name\":\"hud.show\","
-                    "\"nested\":{\"a\":true,\"b\":1},\"path\":\"\\/tmp\\/a\",\"ratio\":2,"
-                    "\"t\":\"2025-03-01T14:07:09.123Z\"}");
-  EXPECT_EQ(all[1], "{\"kind\":\"event\",\"name\":\"hands-free.armed\","
-                    "\"t\":\"2025-03-01T14:07:09.123Z\"}");
-  EXPECT_EQ(json::parse(all[2])["device"], "Mic \xEF\xBF\xBD");
+  EXPECT_EQ(all[0], R"({"count":3,"kind":"event","level":0.1,"name":"hud.show",)"
+                    R"("nested":{"a":true,"b":1},"path":"\/tmp\/a","ratio":2,)"
+                    R"("t":"2025-03-01T14:07:09.123Z"})");
+  EXPECT_EQ(all[1], R"({"kind":"event","name":"hands-free.armed","t":"2025-03-01T14:07:09.123Z"})");
+  EXPECT_EQ(json::parse(all[2])["device"], "Mic \uFFFD");
 }
 
 TEST_F(DiagnosticsTest, RotationIsCheckedBeforeEveryAppend) {

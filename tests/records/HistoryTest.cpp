@@ -51,8 +51,9 @@ TEST_F(HistoryTest, DayFilesChangeAtLocalMidnight) {
   History::append("next day", 1.2344, 0.5);
   History::append("again", 0, 0);
   EXPECT_EQ(readFile(dir / "2025-03-01.jsonl"),
-            "{\"audio_seconds\":2,\"engine\":\"apple-on-device\",\"latency_seconds\":0.063,"
-            "\"text\":\"a\\/b \\\"q\\\"\",\"ts\":\"2025-03-01T21:59:59Z\"}\n");
+            R"({"audio_seconds":2,"engine":"apple-on-device","latency_seconds":0.063,)"
+            R"("text":"a\/b \"q\"","ts":"2025-03-01T21:59:59Z"})"
+            "\n");
   auto nextDay = History::recentUtterances(5);
   ASSERT_EQ(texts(nextDay), (std::vector<std::string>{"again", "next day", "a/b \"q\""}));
   EXPECT_EQ(nextDay[1], (History::Utterance{"next day", 1.234, 0.5, utc(2025, 3, 1, 22, 0, 1)}));
@@ -97,10 +98,9 @@ TEST_F(HistoryTest, MostRecentTextReadsOnlyTheNewestFile) {
 
 TEST_F(HistoryTest, DamagedBytesCostOnlyTheirOwnLine) {
   History::append("caf\xE9", 1, 1); // Latin-1 from somewhere upstream
-  EXPECT_EQ(History::mostRecentText(), "caf\xEF\xBF\xBD");
+  EXPECT_EQ(History::mostRecentText(), "caf\uFFFD");
   addFile("2025-03-01.jsonl", record("ok one") + "\xFF\xFE garbage\n" + record("ok \xFF two"), now);
-  EXPECT_THAT(texts(History::recentUtterances(5)),
-              ElementsAreArray({"ok \xEF\xBF\xBD two", "ok one"}));
+  EXPECT_THAT(texts(History::recentUtterances(5)), ElementsAreArray({"ok \uFFFD two", "ok one"}));
 }
 
 TEST_F(HistoryTest, PurgeGoesByModificationTimeNotName) {

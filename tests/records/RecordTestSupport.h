@@ -5,7 +5,6 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -27,16 +26,9 @@ inline void setModified(const std::filesystem::path &path, WallTime t) {
   std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(t));
 }
 
-// UTC seconds since the epoch, for readable fixed instants.
-inline WallTime utc(int year, int month, int day, int hour, int minute, int second) {
-  std::tm tm{};
-  tm.tm_year = year - 1900;
-  tm.tm_mon = month - 1;
-  tm.tm_mday = day;
-  tm.tm_hour = hour;
-  tm.tm_min = minute;
-  tm.tm_sec = second;
-  return std::chrono::system_clock::from_time_t(timegm(&tm));
+inline WallTime utc(int y, unsigned mo, unsigned d, int h, int mi, int s) {
+  using namespace std::chrono;
+  return sys_days{year{y} / month{mo} / day{d}} + hours{h} + minutes{mi} + seconds{s};
 }
 
 // Sets TZ (a POSIX rule such as "CET-1CEST,M3.5.0,M10.5.0/3") for one test.
