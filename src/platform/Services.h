@@ -9,6 +9,7 @@ class Clock;
 class SettingsStore;
 class NotificationCenter;
 class FileLocations;
+class KeyboardLayout;
 
 struct Services {
   MainQueue *mainQueue = nullptr;
@@ -16,9 +17,11 @@ struct Services {
   SettingsStore *settings = nullptr;
   NotificationCenter *notifications = nullptr;
   FileLocations *files = nullptr;
+  // May stay unset (headless tools): key names then fall back to their numbers.
+  KeyboardLayout *keyboardLayout = nullptr;
 };
 
-// The installed services. Every member is set before any core code runs.
+// The installed services. Every member but keyboardLayout is set before any core code runs.
 Services &services();
 void installServices(const Services &s);
 

@@ -23,7 +23,7 @@ fs::path FakeEnvironment::makeRoot() {
 FakeEnvironment::FakeEnvironment(WallTime wallStart)
     : queue(wallStart), files(makeRoot()), root_(files.dataRoot().parent_path()),
       previous_(services()) {
-  installServices({&queue, &queue, &settings, &notifications, &files});
+  installServices({&queue, &queue, &settings, &notifications, &files, &keyboardLayout});
 }
 
 FakeEnvironment::~FakeEnvironment() {

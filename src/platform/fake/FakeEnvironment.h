@@ -6,6 +6,7 @@
 #include "platform/FileLocations.h"
 #include "platform/NotificationCenter.h"
 #include "platform/Services.h"
+#include "platform/fake/FakeKeyboardLayout.h"
 #include "platform/fake/ManualMainQueue.h"
 #include "platform/fake/MemorySettingsStore.h"
 
@@ -38,6 +39,7 @@ public:
   MemorySettingsStore settings;
   NotificationCenter notifications;
   TempFileLocations files;
+  FakeKeyboardLayout keyboardLayout;
 
 private:
   static std::filesystem::path makeRoot();
