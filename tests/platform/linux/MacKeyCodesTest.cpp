@@ -37,15 +37,12 @@ TEST(MacKeyCodesTest, SamePhysicalKeyAsTheXServerNumbersIt) {
     int x11;
     const char *key;
   } cases[] = {
-      {0, 38, "a"},           {12, 24, "q"},        {6, 52, "z"},          {18, 10, "1"},
-      {29, 19, "0"},          {50, 49, "grave"},    {10, 94, "ISO <>"},    {42, 51, "backslash"},
-      {36, 36, "Return"},     {49, 65, "space"},    {51, 22, "BackSpace"}, {53, 9, "Escape"},
-      {48, 23, "Tab"},        {58, 64, "Alt_L"},    {61, 108, "Alt_R"},    {59, 37, "Control_L"},
-      {62, 105, "Control_R"}, {55, 133, "Super_L"}, {54, 134, "Super_R"},  {56, 50, "Shift_L"},
-      {60, 62, "Shift_R"},    {122, 67, "F1"},      {120, 68, "F2"},       {109, 76, "F10"},
-      {111, 96, "F12"},       {105, 191, "F13"},    {90, 198, "F20"},      {123, 113, "Left"},
-      {126, 111, "Up"},       {117, 119, "Delete"}, {115, 110, "Home"},    {76, 104, "KP_Enter"},
-      {82, 90, "KP_0"},       {89, 79, "KP_7"},     {93, 132, "yen"},
+      {0, 38, "a"},          {12, 24, "q"},       {18, 10, "1"},      {50, 49, "grave"},
+      {10, 94, "ISO <>"},    {36, 36, "Return"},  {49, 65, "space"},  {51, 22, "BackSpace"},
+      {53, 9, "Escape"},     {58, 64, "Alt_L"},   {61, 108, "Alt_R"}, {62, 105, "Control_R"},
+      {54, 134, "Super_R"},  {60, 62, "Shift_R"}, {122, 67, "F1"},    {111, 96, "F12"},
+      {105, 191, "F13"},     {90, 198, "F20"},    {123, 113, "Left"}, {117, 119, "Delete"},
+      {76, 104, "KP_Enter"}, {89, 79, "KP_7"},    {93, 132, "yen"},
   };
   for (const auto &c : cases) {
     EXPECT_EQ(x11FromMac(c.mac), c.x11) << c.key;
