@@ -30,7 +30,13 @@ char32_t firstScalar(std::string_view utf8) {
   return c < 0 ? 0xFFFD : static_cast<char32_t>(c);
 }
 
-// Splits valid UTF-8 at grapheme boundaries, working on the bytes directly.
+bool isAscii(char c) {
+  return static_cast<unsigned char>(c) < 0x80;
+}
+
+// Splits valid UTF-8 at grapheme boundaries, working on the bytes directly. Two ASCII
+// characters in a row are always separate characters (except CR LF), so only text next to
+// other scripts, marks and emoji goes through the break iterator.
 void splitValid(std::string_view utf8, Characters &out) {
   icu::BreakIterator *it = graphemeIterator();
   UErrorCode status = U_ZERO_ERROR;
@@ -40,8 +46,13 @@ void splitValid(std::string_view utf8, Characters &out) {
     return;
   }
   it->setText(text, status);
-  int32_t start = it->first();
-  for (int32_t end = it->next(); end != icu::BreakIterator::DONE; start = end, end = it->next()) {
+  const auto size = static_cast<int32_t>(utf8.size());
+  for (int32_t start = 0, end = 0; start < size; start = end) {
+    if (isAscii(utf8[start]) && (start + 1 == size || isAscii(utf8[start + 1])))
+      end = start + (utf8.compare(start, 2, "\r\n") == 0 ? 2 : 1);
+    else
+      end = it->current() == start ? it->next() : it->following(start);
+    if (end == icu::BreakIterator::DONE || end <= start) end = size;
     std::string_view piece = utf8.substr(start, end - start);
     out.push_back({std::string(piece), firstScalar(piece)});
   }
