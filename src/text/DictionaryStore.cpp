@@ -20,7 +20,14 @@ namespace {
 
 constexpr std::size_t kBiasPromptLimit = 201; // characters; a prompt stays below this
 
-// A broken file is logged when it first turns up, not on every utterance that reads it.
+// The file's identity for the log: a broken file is logged once, and again after each edit.
+std::string fileVersion(const fs::path &file) {
+  std::error_code ec;
+  auto size = fs::file_size(file, ec);
+  auto modified = fs::last_write_time(file, ec).time_since_epoch().count();
+  return fmt::format("{}:{}", size, modified);
+}
+
 void noteReadOutcome(const fs::path &file, const DictionaryRead &read) {
   static std::mutex mutex;
   static std::string lastLogged;
@@ -34,8 +41,9 @@ void noteReadOutcome(const fs::path &file, const DictionaryRead &read) {
                                        file.string(), read.detail)
                          : fmt::format("dictionary does not decode, no rules in use: {}: {}",
                                        file.string(), read.detail);
-  if (line == lastLogged) return;
-  lastLogged = line;
+  std::string key = line + "@" + fileVersion(file);
+  if (key == lastLogged) return;
+  lastLogged = key;
   Log::write(line);
 }
 

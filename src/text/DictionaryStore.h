@@ -13,7 +13,7 @@ namespace selvar::DictionaryStore {
 std::filesystem::path fileURL();
 
 // The rules of the file; empty when it is missing, unreadable or does not decode. A file that
-// cannot be used is logged, once until it changes for better or worse.
+// cannot be used is logged once, and again after each edit that leaves it unusable.
 std::vector<DictionaryRule> rules();
 // Reads and decodes any dictionary file, saying why when that fails.
 DictionaryRead read(const std::filesystem::path &file);
