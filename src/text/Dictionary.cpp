@@ -13,24 +13,16 @@ namespace {
 
 constexpr std::size_t kRememberedFailures = 256;
 
-struct FailedRules {
-  std::mutex mutex;
-  std::vector<std::string> heard;
-};
-
-FailedRules &failedRules() {
-  static FailedRules failed;
-  return failed;
-}
-
 // One log line per rule, however many utterances it fails on.
-void noteFailure(const std::string &heard, std::string_view why) {
-  auto &failed = failedRules();
-  std::lock_guard lock(failed.mutex);
-  if (std::find(failed.heard.begin(), failed.heard.end(), heard) != failed.heard.end()) return;
-  if (failed.heard.size() >= kRememberedFailures) failed.heard.erase(failed.heard.begin());
-  failed.heard.push_back(heard);
-  Log::write(fmt::format("dictionary rule {}, left out for this text: {}", why, heard));
+void logOnce(const Dictionary::Failure &failure) {
+  static std::mutex mutex;
+  static std::vector<std::string> logged;
+  std::lock_guard lock(mutex);
+  if (std::find(logged.begin(), logged.end(), failure.heard) != logged.end()) return;
+  if (logged.size() >= kRememberedFailures) logged.erase(logged.begin());
+  logged.push_back(failure.heard);
+  Log::write(
+      fmt::format("dictionary rule {}, left out for this text: {}", failure.why, failure.heard));
 }
 
 } // namespace
@@ -54,15 +46,19 @@ std::vector<Dictionary::Compiled> Dictionary::compile(const std::vector<Dictiona
   return out;
 }
 
-std::string Dictionary::apply(const std::vector<Compiled> &compiled, std::string_view text) {
+std::string Dictionary::apply(const std::vector<Compiled> &compiled, std::string_view text,
+                              std::vector<Failure> *failures) {
   std::string current(text);
   for (const auto &rule : compiled) {
     auto result =
         RegexReplace::replaceAll(*rule.expression, current, rule.replacementTemplate, kRuleBudget);
-    if (result.text)
+    if (result.text) {
       current = std::move(*result.text);
-    else
-      noteFailure(rule.heard, result.timedOut ? "timed out" : "failed (" + result.failure + ")");
+      continue;
+    }
+    Failure failure{rule.heard, result.timedOut ? "timed out" : "failed (" + result.failure + ")"};
+    logOnce(failure);
+    if (failures) failures->push_back(std::move(failure));
   }
   return current;
 }
@@ -71,12 +67,6 @@ DictionaryRead Dictionary::load(const std::filesystem::path &from) {
   DictionaryRead read = DictionaryStore::read(from);
   if (read.ok()) compiled_ = compile(read.rules);
   return read;
-}
-
-std::vector<std::string> Dictionary::rulesThatFailedToRun() {
-  auto &failed = failedRules();
-  std::lock_guard lock(failed.mutex);
-  return failed.heard;
 }
 
 } // namespace selvar

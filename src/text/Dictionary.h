@@ -29,17 +29,22 @@ public:
   explicit Dictionary(const std::vector<DictionaryRule> &rules);
 
   // Rules with an empty heard or a pattern that does not compile are left out.
+  // A rule that could not run on a text: "timed out", or ICU's reason.
+  struct Failure {
+    std::string heard;
+    std::string why;
+  };
+
   static std::vector<Compiled> compile(const std::vector<DictionaryRule> &rules);
-  static std::string apply(const std::vector<Compiled> &compiled, std::string_view text);
+  // Failures are logged (once a rule) and, when asked, reported to the caller.
+  static std::string apply(const std::vector<Compiled> &compiled, std::string_view text,
+                           std::vector<Failure> *failures = nullptr);
 
   // Replaces the compiled rules with those of the file; keeps them when it cannot be read or
   // decoded, and says why.
   DictionaryRead load(const std::filesystem::path &from);
   std::string apply(std::string_view text) const { return apply(compiled_, text); }
   const std::vector<Compiled> &compiled() const { return compiled_; }
-
-  // The heard text of every rule that ran out of time (or failed otherwise) in this process.
-  static std::vector<std::string> rulesThatFailedToRun();
 
 private:
   std::vector<Compiled> compiled_;

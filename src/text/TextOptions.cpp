@@ -5,12 +5,17 @@
 
 namespace selvar {
 
-TextPipeline::Options currentTextOptions() {
+TextPipeline::Options preferredTextOptions() {
   TextPipeline::Options options;
   options.stripFillers = Prefs::stripFillers();
   options.spokenPunctuation = Prefs::spokenPunctuation();
   options.autoCapitalize = Prefs::autoCapitalize();
   options.trailingPeriod = Prefs::trailingPeriod();
+  return options;
+}
+
+TextPipeline::Options currentTextOptions() {
+  TextPipeline::Options options = preferredTextOptions();
   options.rules = DictionaryStore::rules();
   return options;
 }

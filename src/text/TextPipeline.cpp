@@ -116,11 +116,18 @@ std::string tidy(std::string_view text) {
 }
 
 std::string process(std::string_view input, const Options &options) {
+  std::vector<Dictionary::Failure> ignored;
+  return process(input, options, ignored);
+}
+
+std::string process(std::string_view input, const Options &options,
+                    std::vector<Dictionary::Failure> &ruleFailures) {
   std::string text = trimWhitespace(repairUtf8(input));
   if (text.empty()) return "";
   if (options.stripFillers) text = stripFiller(text);
   if (options.spokenPunctuation) text = applySpokenPunctuation(text);
-  if (!options.rules.empty()) text = Dictionary::apply(Dictionary::compile(options.rules), text);
+  if (!options.rules.empty())
+    text = Dictionary::apply(Dictionary::compile(options.rules), text, &ruleFailures);
   text = stripTrailingHallucination(tidy(text));
   if (!hasContent(text)) return "";
   text = collapseRepeats(text);

@@ -4,6 +4,7 @@
 // and their letter, number, lowercase and white-space tests are Unicode properties.
 
 #include "text/Characters.h"
+#include "text/Dictionary.h"
 #include "text/DictionaryRule.h"
 
 #include <optional>
@@ -24,6 +25,9 @@ struct Options {
 // The whole clean-up, in its fixed order. Returns "" when only white space and punctuation
 // would be left. Invalid UTF-8 in the input is replaced by U+FFFD.
 std::string process(std::string_view text, const Options &options);
+// The same, reporting the dictionary rules that could not run on this text.
+std::string process(std::string_view text, const Options &options,
+                    std::vector<Dictionary::Failure> &ruleFailures);
 
 // "um, " and the like, when not glued to a preceding word and followed by a comma or space.
 std::string stripFiller(std::string_view text);
