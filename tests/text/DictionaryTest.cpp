@@ -4,8 +4,8 @@
 #include "records/Log.h"
 
 #include <fstream>
-#include <iterator>
 #include <gtest/gtest.h>
+#include <iterator>
 
 namespace selvar {
 namespace {
