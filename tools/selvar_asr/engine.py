@@ -44,6 +44,7 @@ class Engine:
         self._state = LOADING
         self._problem = ""
         self._waiting = 0
+        self._stops: set[threading.Event] = set()
 
     # State, read by the probe handlers on the event loop.
 
@@ -63,6 +64,11 @@ class Engine:
         threading.Thread(target=self._load_initial, name="model-load", daemon=True).start()
 
     def shutdown(self) -> None:
+        # Queued jobs are dropped and the running one stops at its next segment, so quitting
+        # never waits for a long transcription nobody will read.
+        with self._lock:
+            for stop in self._stops:
+                stop.set()
         self._worker.shutdown(wait=False, cancel_futures=True)
 
     def model_installed(self, model_id: str) -> None:
@@ -125,7 +131,8 @@ class Engine:
             if self._waiting >= self._max_waiting:
                 raise Busy()
             self._waiting += 1
-        stop = threading.Event()
+            stop = threading.Event()
+            self._stops.add(stop)
         job = self._worker.submit(self._run, served, audio, options, stop)
         try:
             return await asyncio.wrap_future(job)
@@ -135,6 +142,7 @@ class Engine:
         finally:
             with self._lock:
                 self._waiting -= 1
+                self._stops.discard(stop)
 
     def _run(self, served: Served, audio: np.ndarray, options: Options,
              stop: threading.Event) -> tuple[Transcript, float]:

@@ -70,7 +70,8 @@ def main(argv: list[str] | None = None) -> int:
                      max_upload=int(args.max_upload_mb * 2**20),
                      request_seconds=args.request_timeout)
     config = uvicorn.Config(app, log_config=None, log_level="warning", access_log=False,
-                            proxy_headers=False, server_header=False, lifespan="on")
+                            proxy_headers=False, server_header=False, lifespan="on",
+                            timeout_graceful_shutdown=5)
     log.write(f"asr server listening: http://{args.host}:{args.port} models={store.root} "
               f"runtimes={','.join(sorted(runtimes)) or 'none'} pid={os.getpid()}")
     uvicorn.Server(config).run(sockets=[sock])
