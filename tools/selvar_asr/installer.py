@@ -144,7 +144,7 @@ class Installer:
         """Downloads one file, continuing with a range request after a dropped connection."""
         url = f"{self.hub}/{model_id}/resolve/main/{urllib.parse.quote(name)}"
         base = job.bytes
-        problem: Exception = InstallError(f"{name} did not arrive whole")
+        problem: Exception = InstallError(f"{name} did not arrive")
         for attempt in range(self._attempts):
             if attempt:
                 time.sleep(self._retry_delay * attempt)
@@ -164,6 +164,8 @@ class Installer:
             if have > size:
                 target.unlink()
                 problem = InstallError(f"{name} arrived longer than the hub listed it")
+            elif not isinstance(problem, (OSError, http.client.HTTPException)):
+                problem = InstallError(f"{name} arrived with {have} of {size} bytes")
         raise problem
 
     def _stream(self, url: str, target: Path, have: int, base: int, job: Status) -> None:
