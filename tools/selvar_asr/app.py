@@ -23,7 +23,7 @@ from .store import valid_id
 
 MAX_UPLOAD_BYTES = 25 * 1024 * 1024
 REQUEST_SECONDS = 300.0
-_LANGUAGE = re.compile(r"[a-z]{2,3}")
+_LOCALE = re.compile(r"[A-Za-z]{2,3}([-_][A-Za-z0-9]{1,8})*")
 
 
 def create_app(engine: Engine, installer: Installer, *, port: int,
@@ -96,10 +96,9 @@ async def _transcribe(request: Request, engine: Engine) -> Response:
 
 
 def _options(form, engine: Engine) -> backends.Options:
-    language = (_text(form, "language") or "").strip().lower() or None
+    language = _language(_text(form, "language") or "")
     languages = engine.served.backend.languages if engine.served else None
-    if language and (not _LANGUAGE.fullmatch(language)
-                     or (languages is not None and language not in languages)):
+    if language and languages is not None and language not in languages:
         raise ApiError(400, f"unsupported language: {language}", param="language")
     temperature = _text(form, "temperature") or "0"
     try:
@@ -109,6 +108,18 @@ def _options(form, engine: Engine) -> backends.Options:
     if not 0.0 <= value <= 1.0:
         raise ApiError(400, "temperature must be a number from 0 to 1", param="temperature")
     return backends.Options(language, _text(form, "prompt") or None, value)
+
+
+def _language(value: str) -> str | None:
+    """The Whisper language code of an ISO 639 code or a locale identifier ("en", "en-US",
+    "pt_BR", "zh-Hans-CN"); none for an empty value or "auto"."""
+    value = value.strip()
+    if not value or value.lower() == "auto":
+        return None
+    if not _LOCALE.fullmatch(value):
+        raise ApiError(400, f"language must be a language code such as en: {value[:40]}",
+                       param="language")
+    return re.split(r"[-_]", value, maxsplit=1)[0].lower()
 
 
 async def _decode(data: bytes):

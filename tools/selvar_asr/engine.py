@@ -61,7 +61,9 @@ class Engine:
         return self._problem
 
     def start(self) -> None:
-        threading.Thread(target=self._load_initial, name="model-load", daemon=True).start()
+        # Loading runs on the inference thread itself: a model built on a thread that then
+        # exits runs about half as fast (its runtime's thread pool goes with that thread).
+        self._worker.submit(self._load_initial)
 
     def shutdown(self) -> None:
         # Queued jobs are dropped and the running one stops at its next segment, so quitting
@@ -77,7 +79,7 @@ class Engine:
         with self._lock:
             current = self._served.model_id if self._served else None
         if current != model_id and (current is None or model_id == self.requested):
-            threading.Thread(target=self._switch, args=(model_id,), daemon=True).start()
+            self._worker.submit(self._switch, model_id)
 
     # Loading.
 

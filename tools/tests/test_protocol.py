@@ -97,6 +97,16 @@ def test_fields_reach_the_backend(serve):
         "fr", "Selvar, Kubernetes", 0.4)
 
 
+@pytest.mark.parametrize("sent, expected", [
+    ("en", "en"), ("DE", "de"), ("en-US", "en"), ("fr_FR", "fr"), ("de-Latn-CH", "de"),
+    ("", None), ("auto", None), (" en ", "en")])
+def test_locale_identifiers_name_their_language(serve, sent, expected):
+    running = serve()
+    running.wait_ready()
+    assert running.transcribe(language=sent).status_code == 200
+    assert running.backend.calls[-1][1].language == expected
+
+
 @pytest.mark.parametrize("rate, channels, seconds", [
     (16000, 1, 1.0), (8000, 1, 2.0), (22050, 1, 1.5), (44100, 2, 1.0), (48000, 2, 0.5)])
 def test_wav_of_any_rate_reaches_the_model_as_16k_mono(serve, rate, channels, seconds):
@@ -132,6 +142,8 @@ def multipart(fields: dict[str, str]) -> dict:
     ({"files": {"file": ("a.wav", wav_bytes(0.2))}, "data": {"temperature": "1.5"}},
      400, "temperature"),
     ({"files": {"file": ("a.wav", wav_bytes(0.2))}, "data": {"language": "english"}},
+     400, "language"),
+    ({"files": {"file": ("a.wav", wav_bytes(0.2))}, "data": {"language": "en/../x"}},
      400, "language"),
     ({"files": {"file": ("a.wav", wav_bytes(0.2))}, "data": {"language": "xx"}},
      400, "language"),
