@@ -11,7 +11,7 @@ from typing import Callable, Protocol
 
 import numpy as np
 
-from . import store
+from . import log, store
 
 # The hosted API's temperature 0 means: start greedy, and fall back to sampling when the
 # decoding looks degenerate.
@@ -100,13 +100,25 @@ class FasterWhisperBackend:
 
     def __init__(self, folder: Path) -> None:
         import ctranslate2
+
+        self.device = "cpu"
+        if ctranslate2.get_cuda_device_count() > 0:
+            try:
+                self._model = self._build(folder, "cuda", "float16")
+                self.warm_up()  # missing CUDA libraries only show at the first inference
+                self.device = "cuda"
+            except Exception as error:  # a GPU that cannot run it still leaves the CPU
+                log.write(f"cuda unusable, using the cpu: {error!r}")
+        if self.device == "cpu":
+            self._model = self._build(folder, "cpu", "int8")
+        self.languages = frozenset(self._model.supported_languages)
+
+    @staticmethod
+    def _build(folder: Path, device: str, compute_type: str):
         from faster_whisper import WhisperModel
 
-        cuda = ctranslate2.get_cuda_device_count() > 0
-        self._model = WhisperModel(str(folder), device="cuda" if cuda else "cpu",
-                                   compute_type="float16" if cuda else "int8",
-                                   cpu_threads=os.cpu_count() or 0)
-        self.languages = frozenset(self._model.supported_languages)
+        return WhisperModel(str(folder), device=device, compute_type=compute_type,
+                            cpu_threads=os.cpu_count() or 0)
 
     def warm_up(self) -> None:
         silence = np.zeros(16000, dtype=np.float32)
@@ -141,6 +153,7 @@ class FasterWhisperBackend:
 
 class MlxWhisperBackend:
     runtime = store.MLX
+    device = "gpu"
 
     def __init__(self, folder: Path) -> None:
         import mlx_whisper

@@ -111,6 +111,7 @@ class Engine:
             self._state = READY
             self._problem = ""
         self._log(f"model ready: id={model_id} runtime={backend.runtime} "
+                  f"device={getattr(backend, 'device', '-')} "
                   f"seconds={time.monotonic() - began:.2f}")
         return True
 
