@@ -2,14 +2,12 @@
 running the server's app in a thread with everything under the test's temporary folder."""
 
 import io
-import json
 import math
 import socket
 import sys
 import threading
 import time
 import wave
-from dataclasses import dataclass, field
 from pathlib import Path
 
 import httpx
@@ -24,7 +22,7 @@ from selvar_asr.engine import Engine  # noqa: E402
 from selvar_asr.installer import Installer  # noqa: E402
 from selvar_asr.store import CTRANSLATE2, DEFAULT_MODEL_ID, MLX, ModelStore  # noqa: E402
 
-SUMMARY: list[str] = []  # lines for the end of the test run (measured figures)
+SUMMARY: list[str] = []  # measured figures, printed at the end of the run
 
 
 def pytest_terminal_summary(terminalreporter):
@@ -35,56 +33,39 @@ def pytest_terminal_summary(terminalreporter):
 def wait_until(predicate, timeout: float = 10.0) -> None:
     deadline = time.monotonic() + timeout
     while not predicate():
-        if time.monotonic() > deadline:
-            raise AssertionError("condition not reached in time")
+        assert time.monotonic() < deadline, "condition not reached in time"
         time.sleep(0.01)
 
 
-def make_model(models: Path, model_id: str, runtime: str = CTRANSLATE2) -> Path:
-    folder = models / model_id.replace("/", "--")
-    folder.mkdir(parents=True, exist_ok=True)
-    (folder / "config.json").write_text("{}")
-    (folder / ("model.bin" if runtime == CTRANSLATE2 else "weights.npz")).write_bytes(b"w")
-    return folder
-
-
 def wav_bytes(seconds: float, rate: int = 16000, channels: int = 1) -> bytes:
-    frames = int(seconds * rate)
-    tone = (int(8000 * math.sin(2 * math.pi * 440 * i / rate)) for i in range(frames))
-    samples = b"".join(v.to_bytes(2, "little", signed=True) * channels for v in tone)
+    tone = (int(8000 * math.sin(2 * math.pi * 440 * i / rate)) for i in range(int(seconds * rate)))
     out = io.BytesIO()
     with wave.open(out, "wb") as w:
         w.setnchannels(channels)
         w.setsampwidth(2)
         w.setframerate(rate)
-        w.writeframes(samples)
+        w.writeframes(b"".join(v.to_bytes(2, "little", signed=True) * channels for v in tone))
     return out.getvalue()
 
 
 class FakeBackend:
-    """Answers at once with a fixed two-segment transcript; can be held on a gate or made to
-    fail, and records what it was given and how many calls ever overlapped."""
+    """Answers with a fixed two-segment transcript; can be held on a gate or made to fail, and
+    records its calls and how many ever overlapped."""
 
     runtime = CTRANSLATE2
     languages = frozenset({"en", "de", "fr"})
 
     def __init__(self, gate: threading.Event | None = None, fail: Exception | None = None):
-        self.gate = gate
-        self.fail = fail
-        self.calls = []
+        self.gate, self.fail = gate, fail
+        self.calls, self.warmed, self.active, self.max_active = [], 0, 0, 0
         self.started = threading.Semaphore(0)
-        self.active = 0
-        self.max_active = 0
-        self.warmed = 0
-        self._lock = threading.Lock()
 
     def warm_up(self) -> None:
         self.warmed += 1
 
     def transcribe(self, audio, options, stop) -> Transcript:
-        with self._lock:
-            self.active += 1
-            self.max_active = max(self.max_active, self.active)
+        self.active += 1  # calls are serialised by the engine, or max_active tells
+        self.max_active = max(self.max_active, self.active)
         self.calls.append((audio.size, options))
         self.started.release()
         try:
@@ -94,28 +75,20 @@ class FakeBackend:
             if self.fail is not None:
                 raise self.fail
             return Transcript("hello from the stand-in", options.language or "en",
-                              audio.size / 16000,
-                              [Segment(0.0, 1.25, "hello from"), Segment(1.25, 3661.5, "the stand-in")])
+                              audio.size / 16000, [Segment(0.0, 1.25, "hello from"),
+                                                   Segment(1.25, 3661.5, "the stand-in")])
         finally:
-            with self._lock:
-                self.active -= 1
+            self.active -= 1
 
 
-@dataclass
 class Running:
-    port: int
-    engine: Engine
-    installer: Installer
-    backend: FakeBackend
-    store: ModelStore
-    logs: list[str] = field(default_factory=list)
+    def __init__(self, port, engine, backend, store, logs):
+        self.port, self.engine, self.backend, self.store, self.logs = (
+            port, engine, backend, store, logs)
+        self.url = f"http://127.0.0.1:{port}"
 
-    @property
-    def url(self) -> str:
-        return f"http://127.0.0.1:{self.port}"
-
-    def client(self, **options) -> httpx.Client:
-        return httpx.Client(base_url=self.url, timeout=10, **options)
+    def client(self) -> httpx.Client:
+        return httpx.Client(base_url=self.url, timeout=10)
 
     def wait_ready(self) -> None:
         wait_until(lambda: self.engine.state != "loading")
@@ -129,24 +102,28 @@ class Running:
         with self.client() as client:
             return client.get("/v1/install", params={"model": model_id}).json()
 
+    def served(self) -> str | None:
+        with self.client() as client:
+            reply = client.get("/v1/models")
+        return reply.json()["data"][0]["id"] if reply.status_code == 200 else None
 
-def free_socket() -> socket.socket:
-    sock = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
-    sock.bind(("127.0.0.1", 0))
-    sock.listen(16)
-    return sock
+
+def make_model(models: Path, model_id: str, runtime: str = CTRANSLATE2) -> None:
+    folder = models / model_id.replace("/", "--")
+    folder.mkdir(parents=True, exist_ok=True)
+    (folder / "config.json").write_text("{}")
+    (folder / ("model.bin" if runtime == CTRANSLATE2 else "weights.npz")).write_bytes(b"w")
 
 
 @pytest.fixture
 def serve(tmp_path):
     """Starts a server; keyword arguments choose what is installed and how it behaves."""
-    servers = []
+    stops = []
 
     def start(installed=(DEFAULT_MODEL_ID,), mlx_installed=(), requested=None, backend=None,
               load_gate=None, broken=(), hub="http://127.0.0.1:9", max_waiting=8,
               **app_options) -> Running:
         models = tmp_path / "models"
-        models.mkdir(exist_ok=True)
         for model_id in installed:
             make_model(models, model_id)
         for model_id in mlx_installed:
@@ -160,31 +137,24 @@ def serve(tmp_path):
                 raise RuntimeError("corrupt model file")
             return backend
 
-        sock = free_socket()
-        port = sock.getsockname()[1]
-        logs: list[str] = []
-        store = ModelStore(models)
+        sock = socket.socket()
+        sock.bind(("127.0.0.1", 0))
+        port, logs, store = sock.getsockname()[1], [], ModelStore(models)
         engine = Engine(store, requested, {CTRANSLATE2}, loader=loader, logger=logs.append,
                         max_waiting=max_waiting)
         installer = Installer(store, {CTRANSLATE2}, hub, on_installed=engine.model_installed,
                               logger=logs.append, retry_delay=0, timeout=5)
         app = create_app(engine, installer, port=port, logger=logs.append, **app_options)
-        server = uvicorn.Server(uvicorn.Config(app, log_config=None, log_level="warning",
-                                               lifespan="on"))
+        server = uvicorn.Server(uvicorn.Config(app, log_config=None, lifespan="on"))
         thread = threading.Thread(target=server.run, kwargs={"sockets": [sock]}, daemon=True)
         thread.start()
-        servers.append((server, thread, (load_gate, backend.gate)))
+        stops.append((server, thread, [load_gate, backend.gate]))
         wait_until(lambda: server.started)
-        return Running(port, engine, installer, backend, store, logs)
+        return Running(port, engine, backend, store, logs)
 
     yield start
-    for server, thread, gates in servers:
-        for gate in gates:
-            if gate is not None:
-                gate.set()
+    for server, thread, gates in stops:
+        for gate in filter(None, gates):
+            gate.set()
         server.should_exit = True
         thread.join(10)
-
-
-def json_of(response: httpx.Response) -> dict:
-    return json.loads(response.content)
