@@ -20,7 +20,7 @@ die() { echo "setup-asr: error: $*" >&2; exit 1; }
 for arg in "$@"; do
   case $arg in
     --with-test-deps) with_test_deps=1 ;;
-    -h | --help) sed -n '2,11p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+    -h | --help) sed -n '2,10p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
     *) die "unknown option $arg (try --help)" ;;
   esac
 done
@@ -59,18 +59,23 @@ python3 python3-venv; macOS: brew install python), or point SELVAR_PYTHON at one
     mv "$asr_home/models" "$parked/models"
   fi
   say "creating the environment with $python ($("$python" --version 2>&1))"
-  if ! "$python" -m venv --clear "$asr_home"; then
-    [ -z "$parked" ] || { mkdir -p "$asr_home"; mv "$parked/models" "$asr_home/models"; rmdir "$parked"; }
-    die "$python could not create a virtual environment (Debian/Ubuntu: apt-get install python3-venv)"
+  local made=1
+  "$python" -m venv --clear "$asr_home" || made=0
+  if [ -n "$parked" ]; then
+    mkdir -p "$asr_home"
+    mv "$parked/models" "$asr_home/models"
+    rmdir "$parked"
   fi
-  [ -z "$parked" ] || { mv "$parked/models" "$asr_home/models"; rmdir "$parked"; }
+  [ $made -eq 1 ] || die "$python could not create a virtual environment \
+(Debian/Ubuntu: apt-get install python3-venv)"
 }
 
 # Installs a set of requirement files unless the same set is already installed.
 install_packages() { # stamp name, files...
   local stamp="$asr_home/.installed-$1"; shift
   local digest
-  digest=$(cat "$@" | "$venv_python" -c 'import hashlib, sys; print(hashlib.sha256(sys.stdin.buffer.read()).hexdigest())')
+  digest=$(cat "$@" | "$venv_python" -c \
+    'import hashlib, sys; print(hashlib.sha256(sys.stdin.buffer.read()).hexdigest())')
   if [ -f "$stamp" ] && [ "$(cat "$stamp")" = "$digest" ]; then
     return 0
   fi
@@ -83,15 +88,18 @@ install_packages() { # stamp name, files...
   echo "$digest" >"$stamp"
 }
 
+owner_of() { stat -c %u "$1" 2>/dev/null || stat -f %u "$1"; }
+
 # When root sets up another user's home (sudo), leave the files to that user.
 hand_over() {
   [ "$(id -u)" -eq 0 ] || return 0
   local owner
-  owner=$(stat -c %u "$HOME" 2>/dev/null || stat -f %u "$HOME")
+  owner=$(owner_of "$HOME")
   [ "$owner" != 0 ] || return 0
   local top="$asr_home"
+  # Also the folders above it that this run created (as root) inside the home.
   while [ "$(dirname "$top")" != "$HOME" ] && [ "$(dirname "$top")" != / ] &&
-        [ "$(stat -c %u "$(dirname "$top")" 2>/dev/null || stat -f %u "$(dirname "$top")")" = 0 ]; do
+        [ "$(owner_of "$(dirname "$top")")" = 0 ]; do
     top=$(dirname "$top")
   done
   chown -R "$owner:$(id -g "$owner" 2>/dev/null || echo "$owner")" "$top"

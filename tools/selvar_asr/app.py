@@ -35,7 +35,7 @@ def create_app(engine: Engine, installer: Installer, *, port: int,
     async def transcriptions(request: Request) -> Response:
         try:
             async with asyncio.timeout(request_seconds):
-                return await _transcribe(request, engine)
+                return await _transcribe(request, engine, logger)
         except TimeoutError:
             return error_response(504, f"the transcription took longer than "
                                   f"{request_seconds:g} seconds", code="timeout")
@@ -45,6 +45,10 @@ def create_app(engine: Engine, installer: Installer, *, port: int,
         status = (installer.status(model_id) if request.method == "GET"
                   else installer.start(model_id))
         return JSONResponse(status.as_json())
+
+    async def internal_error(request: Request, error: Exception) -> Response:
+        logger(f"internal error: {error!r}")
+        return error_response(500, "internal server error")
 
     @contextlib.asynccontextmanager
     async def lifespan(app: Starlette):
@@ -57,7 +61,7 @@ def create_app(engine: Engine, installer: Installer, *, port: int,
                 Route("/v1/audio/transcriptions", transcriptions, methods=["POST"]),
                 Route("/v1/install", install, methods=["GET", "POST"])],
         exception_handlers={ApiError: _api_error, HTTPException: _http_error,
-                            Exception: _internal_error},
+                            Exception: internal_error},
         lifespan=lifespan)
     return RequestLog(RequestGuard(app, port, max_upload), logger)
 
@@ -72,7 +76,7 @@ def _models(engine: Engine) -> Response:
         "runtime": served.backend.runtime}]})
 
 
-async def _transcribe(request: Request, engine: Engine) -> Response:
+async def _transcribe(request: Request, engine: Engine, logger: log.Logger) -> Response:
     if engine.state != READY or engine.served is None:
         raise ApiError(503, engine.problem or "the model is loading", code="model_not_ready")
     async with request.form(max_files=1, max_fields=16, max_part_size=64 * 1024) as form:
@@ -91,7 +95,7 @@ async def _transcribe(request: Request, engine: Engine) -> Response:
     if samples.size == 0:
         transcript = backends.Transcript("", options.language or "", 0.0)
     else:
-        transcript = await _infer(engine, samples, options, request)
+        transcript = await _infer(engine, samples, options, request, logger)
     return formats.render(transcript, response_format)
 
 
@@ -131,7 +135,8 @@ async def _decode(data: bytes):
         raise ApiError(422, str(error), param="file", code="invalid_audio") from error
 
 
-async def _infer(engine: Engine, samples, options: backends.Options, request: Request):
+async def _infer(engine: Engine, samples, options: backends.Options, request: Request,
+                 logger: log.Logger):
     began = time.monotonic()
     try:
         transcript, seconds = await engine.transcribe(samples, options)
@@ -141,7 +146,7 @@ async def _infer(engine: Engine, samples, options: backends.Options, request: Re
     except backends.Stopped:
         raise TimeoutError() from None
     except Exception as error:
-        log.write(f"inference failed: {error!r}")
+        logger(f"inference failed: {error!r}")
         request.state.inference_seconds = time.monotonic() - began
         raise ApiError(500, f"the transcription failed ({error})",
                        code="inference_failed") from error
@@ -177,8 +182,3 @@ async def _http_error(request: Request, error: Exception) -> Response:
     message = {404: "no such endpoint", 405: "method not allowed here",
                413: "the upload is larger than the server accepts"}.get(status, error.detail)
     return error_response(status, message)
-
-
-async def _internal_error(request: Request, error: Exception) -> Response:
-    log.write(f"internal error: {error!r}")
-    return error_response(500, "internal server error")
