@@ -98,4 +98,4 @@ def _declared_length(headers: Headers) -> int:
 
 
 def _seconds(value: float | None) -> str:
-    return "-" if value is None else f"{value:.2f}"
+    return "-" if value is None else f"{value:.3f}"

@@ -269,6 +269,6 @@ def test_one_log_line_per_request(serve):
     wait_until(lambda: sum(line.startswith("request ") for line in running.logs) == 2)
     posted, probed = [line for line in running.logs if line.startswith("request ")]
     assert posted.startswith("request method=POST path=/v1/audio/transcriptions status=200 "
-                             "audio_seconds=2.00 inference_seconds=0.")
+                             "audio_seconds=2.000 inference_seconds=0.")
     assert probed.startswith("request method=GET path=/v1/models status=403 "
                              "audio_seconds=- inference_seconds=-")
