@@ -107,6 +107,13 @@ hand_over() {
 
 started=$(date +%s)
 mkdir -p "$(dirname "$asr_home")"
+# A run stopped while rebuilding the environment left the models parked beside it.
+for parked in "$(dirname "$asr_home")"/.asr-models.*/models; do
+  if [ -d "$parked" ] && [ ! -d "$asr_home/models" ]; then
+    mkdir -p "$asr_home"
+    mv "$parked" "$asr_home/models" && rmdir "$(dirname "$parked")"
+  fi
+done
 if ! "$venv_python" -c 'import sys, pip; sys.exit(sys.version_info < (3, 11))' 2>/dev/null; then
   make_venv
 fi
