@@ -17,6 +17,8 @@ class Accessibility;
 class Pasteboard;
 class KeySynthesizer;
 class KeyboardTap;
+class Dsp;
+class KeyboardLayout;
 
 struct Services {
   MainQueue *mainQueue = nullptr;
@@ -32,9 +34,12 @@ struct Services {
   Pasteboard *pasteboard = nullptr;
   KeySynthesizer *keySynthesizer = nullptr;
   KeyboardTap *keyboardTap = nullptr;
+  const Dsp *dsp = nullptr;
+  // May stay unset (headless tools): key names then fall back to their numbers.
+  KeyboardLayout *keyboardLayout = nullptr;
 };
 
-// The installed services. Every member is set before any core code runs.
+// The installed services. Members not noted as optional are set before any core code runs.
 Services &services();
 void installServices(const Services &s);
 

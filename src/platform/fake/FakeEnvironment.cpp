@@ -1,5 +1,8 @@
 #include "platform/fake/FakeEnvironment.h"
 
+#include "records/Diagnostics.h"
+#include "records/Log.h"
+
 #include <atomic>
 #include <cstdlib>
 #include <string>
@@ -23,7 +26,12 @@ fs::path FakeEnvironment::makeRoot() {
 FakeEnvironment::FakeEnvironment(WallTime wallStart)
     : queue(wallStart), files(makeRoot()), root_(files.dataRoot().parent_path()),
       previous_(services()) {
-  Services s{&queue, &queue, &settings, &notifications, &files};
+  Services s;
+  s.mainQueue = &queue;
+  s.clock = &queue;
+  s.settings = &settings;
+  s.notifications = &notifications;
+  s.files = &files;
   s.workspace = &workspace;
   s.permissions = &permissions;
   s.audio = &audio;
@@ -32,10 +40,15 @@ FakeEnvironment::FakeEnvironment(WallTime wallStart)
   s.pasteboard = &pasteboard;
   s.keySynthesizer = &keys;
   s.keyboardTap = &keyboardTap;
+  s.dsp = &dsp;
+  s.keyboardLayout = &keyboardLayout;
   installServices(s);
 }
 
 FakeEnvironment::~FakeEnvironment() {
+  // Records queued by the test land in this root before it goes, not in a recreated folder.
+  Log::flush();
+  Diagnostics::flush();
   installServices(previous_);
   std::error_code ec;
   fs::remove_all(root_, ec);

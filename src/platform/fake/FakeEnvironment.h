@@ -9,6 +9,7 @@
 #include "platform/fake/FakeAccessibility.h"
 #include "platform/fake/FakeAudioSystem.h"
 #include "platform/fake/FakeKeySynthesizer.h"
+#include "platform/fake/FakeKeyboardLayout.h"
 #include "platform/fake/FakeKeyboardTap.h"
 #include "platform/fake/FakePasteboard.h"
 #include "platform/fake/FakePermissionAccess.h"
@@ -16,6 +17,7 @@
 #include "platform/fake/FakeWorkspace.h"
 #include "platform/fake/ManualMainQueue.h"
 #include "platform/fake/MemorySettingsStore.h"
+#include "platform/fake/ReferenceDsp.h"
 
 namespace selvar {
 
@@ -54,6 +56,8 @@ public:
   FakePasteboard pasteboard;
   FakeKeySynthesizer keys;
   FakeKeyboardTap keyboardTap;
+  ReferenceDsp dsp; // a direct DFT: exact but slow
+  FakeKeyboardLayout keyboardLayout;
 
 private:
   static std::filesystem::path makeRoot();
