@@ -4,10 +4,11 @@
 
 namespace selvar {
 
-FakeAudioEngine::FakeAudioEngine(FakeAudioSystem &system, AudioFormat input)
-    : system_(system), input_(input) {}
+FakeAudioEngine::FakeAudioEngine(FakeAudioSystem &system, AudioFormat input, std::size_t serial)
+    : system_(system), input_(input), serial_(serial) {}
 
 FakeAudioEngine::~FakeAudioEngine() {
+  std::lock_guard lock(system_.liveMutex_);
   std::erase(system_.live_, this);
 }
 
@@ -78,17 +79,26 @@ void FakeAudioEngine::changeRoute(AudioFormat input) {
 }
 
 std::unique_ptr<AudioEngine> FakeAudioSystem::makeEngine() {
-  auto engine = std::make_unique<FakeAudioEngine>(*this, inputFormat);
+  auto engine = std::make_unique<FakeAudioEngine>(*this, inputFormat, made_++);
+  std::lock_guard lock(liveMutex_);
   live_.push_back(engine.get());
-  ++made_;
   return engine;
 }
 
+bool FakeAudioSystem::feed(std::size_t serial, const AudioBuffer &buffer) {
+  std::lock_guard lock(liveMutex_);
+  auto it =
+      std::find_if(live_.begin(), live_.end(), [&](auto *e) { return e->serial() == serial; });
+  return it != live_.end() && (*it)->feed(buffer);
+}
+
 FakeAudioEngine *FakeAudioSystem::lastEngine() const {
+  std::lock_guard lock(liveMutex_);
   return live_.empty() ? nullptr : live_.back();
 }
 
 FakeAudioEngine *FakeAudioSystem::runningEngine() const {
+  std::lock_guard lock(liveMutex_);
   auto it = std::find_if(live_.rbegin(), live_.rend(), [](auto *e) { return e->isRunning(); });
   return it == live_.rend() ? nullptr : *it;
 }

@@ -4,6 +4,7 @@
 
 #include "platform/AudioEngine.h"
 
+#include <atomic>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -15,7 +16,7 @@ class FakeAudioSystem;
 
 class FakeAudioEngine : public AudioEngine {
 public:
-  FakeAudioEngine(FakeAudioSystem &system, AudioFormat input);
+  FakeAudioEngine(FakeAudioSystem &system, AudioFormat input, std::size_t serial);
   ~FakeAudioEngine() override;
 
   AudioFormat inputFormat() const override;
@@ -25,7 +26,7 @@ public:
   void removeTap() override;
   std::optional<std::string> start() override;
   void stop() override;
-  bool isRunning() const override { return running_; }
+  bool isRunning() const override { return running_.load(); }
   Token observeConfigurationChanges(std::function<void()> handler) override;
   void removeConfigurationObserver(Token token) override;
 
@@ -40,12 +41,14 @@ public:
   std::size_t observerCount() const { return observers_.size(); }
   int startCount() const { return starts_; }
   void setStopped() { running_ = false; }
+  std::size_t serial() const { return serial_; }
 
 private:
   FakeAudioSystem &system_;
   AudioFormat input_;
+  std::size_t serial_;
   bool voiceProcessing_ = false;
-  bool running_ = false;
+  std::atomic<bool> running_{false}; // read by the feeding ("audio") thread
   int starts_ = 0;
   mutable std::mutex tapMutex_;
   TapBlock tap_;
@@ -64,6 +67,9 @@ public:
   FakeAudioEngine *lastEngine() const;
   FakeAudioEngine *runningEngine() const;
   std::size_t enginesMade() const { return made_; }
+  // Feeds the engine with that serial from any thread; false once it is gone, stopped or
+  // without a tap. Safe against the engine being destroyed meanwhile.
+  bool feed(std::size_t serial, const AudioBuffer &buffer);
 
   // Settings for engines made from now on.
   AudioFormat inputFormat{48000, 1};
@@ -74,6 +80,7 @@ public:
 
 private:
   friend class FakeAudioEngine;
+  mutable std::mutex liveMutex_;
   std::vector<FakeAudioEngine *> live_;
   std::size_t made_ = 0;
 };
