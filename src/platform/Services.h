@@ -9,6 +9,8 @@ class Clock;
 class SettingsStore;
 class NotificationCenter;
 class FileLocations;
+class ProcessRunner;
+class AudioConverterFactory;
 
 struct Services {
   MainQueue *mainQueue = nullptr;
@@ -16,6 +18,10 @@ struct Services {
   SettingsStore *settings = nullptr;
   NotificationCenter *notifications = nullptr;
   FileLocations *files = nullptr;
+  // Child processes (the local transcription server); absent where nothing may be launched.
+  ProcessRunner *processes = nullptr;
+  // Converters from captured audio to the 16 kHz mono the servers take.
+  AudioConverterFactory *audioConverters = nullptr;
 };
 
 // The installed services. Every member is set before any core code runs.

@@ -61,6 +61,8 @@ public:
   }
 
   int start() {
+    // One request per connection, so that stop() never waits out an idle keep-alive.
+    server_.set_keep_alive_max_count(1);
     port_ = server_.bind_to_any_port("127.0.0.1");
     thread_ = std::thread([this] { server_.listen_after_bind(); });
     return port_;
