@@ -28,6 +28,7 @@ struct SeenRequest {
   std::string target; // path with query, as sent
   std::string contentType;
   std::string body;
+  std::vector<std::string> formFields; // multipart field names, in name order
 };
 
 class TestHttpServer {
@@ -85,8 +86,11 @@ private:
     return [this, h = std::move(h)](const httplib::Request &req, httplib::Response &res) {
       {
         std::lock_guard lock(mutex_);
-        seen_.push_back(
-            {req.method, req.path, req.target, req.get_header_value("Content-Type"), req.body});
+        SeenRequest seen{req.method, req.path, req.target, req.get_header_value("Content-Type"),
+                         req.body,   {}};
+        for (const auto &[name, part] : req.files)
+          seen.formFields.push_back(name);
+        seen_.push_back(std::move(seen));
       }
       h(req, res);
     };
@@ -99,6 +103,72 @@ private:
   std::condition_variable gate_;
   bool released_ = false;
   std::vector<SeenRequest> seen_;
+};
+
+// A bare HTTP/1.1 server that keeps the exact bytes of each request (cpp-httplib takes
+// multipart bodies apart) and answers every one with the same 200 reply.
+class RawCaptureServer {
+public:
+  explicit RawCaptureServer(std::string replyBody) : reply_(std::move(replyBody)) {
+    fd_ = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ::bind(fd_, reinterpret_cast<sockaddr *>(&addr), sizeof addr);
+    ::listen(fd_, 8);
+    socklen_t len = sizeof addr;
+    ::getsockname(fd_, reinterpret_cast<sockaddr *>(&addr), &len);
+    port_ = ntohs(addr.sin_port);
+    thread_ = std::thread([this] { serve(); });
+  }
+  ~RawCaptureServer() {
+    ::shutdown(fd_, SHUT_RDWR);
+    thread_.join();
+    ::close(fd_);
+  }
+  int port() const { return port_; }
+  // Header block (up to and including the blank line) and body of each request.
+  std::vector<std::pair<std::string, std::string>> requests() const {
+    std::lock_guard lock(mutex_);
+    return seen_;
+  }
+
+private:
+  void serve() {
+    for (;;) {
+      int c = ::accept(fd_, nullptr, nullptr);
+      if (c < 0) return;
+      std::string data, chunk(65536, '\0');
+      std::size_t headerEnd = std::string::npos, length = 0;
+      for (;;) {
+        ssize_t n = ::recv(c, chunk.data(), chunk.size(), 0);
+        if (n <= 0) break;
+        data.append(chunk.data(), static_cast<std::size_t>(n));
+        if (headerEnd == std::string::npos &&
+            (headerEnd = data.find("\r\n\r\n")) != std::string::npos) {
+          headerEnd += 4;
+          auto at = data.find("Content-Length: ");
+          if (at != std::string::npos && at < headerEnd) length = std::stoul(data.substr(at + 16));
+        }
+        if (headerEnd != std::string::npos && data.size() >= headerEnd + length) break;
+      }
+      if (headerEnd != std::string::npos) {
+        std::lock_guard lock(mutex_);
+        seen_.emplace_back(data.substr(0, headerEnd), data.substr(headerEnd));
+      }
+      std::string answer = "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: " +
+                           std::to_string(reply_.size()) + "\r\nConnection: close\r\n\r\n" + reply_;
+      ::send(c, answer.data(), answer.size(), MSG_NOSIGNAL);
+      ::close(c);
+    }
+  }
+
+  std::string reply_;
+  int fd_ = -1;
+  int port_ = 0;
+  std::thread thread_;
+  mutable std::mutex mutex_;
+  std::vector<std::pair<std::string, std::string>> seen_;
 };
 
 // A loopback port bound but not listening: connecting to it is refused, and no other
