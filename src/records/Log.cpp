@@ -94,10 +94,11 @@ void write(std::string_view message) {
 }
 
 std::string tail(std::size_t bytes) {
-  auto files = rotatedFilesNewestFirst();
   std::string text;
   std::size_t remaining = bytes;
   queue().sync([&] {
+    // Listed on the queue, after earlier writes: the first of them may create the file.
+    auto files = rotatedFilesNewestFirst();
     std::vector<std::string> parts;
     for (const auto &file : files) {
       if (remaining == 0) continue;
