@@ -22,6 +22,16 @@
 
 namespace selvar::testing {
 
+// Waits (bounded) for a flag set by a completion on another thread.
+template <typename Pred> bool waitFor(Pred done, double realSeconds = 5) {
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(realSeconds);
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
+}
+
 struct SeenRequest {
   std::string method;
   std::string path;
@@ -66,6 +76,8 @@ public:
     server_.set_keep_alive_max_count(1);
     port_ = server_.bind_to_any_port("127.0.0.1");
     thread_ = std::thread([this] { server_.listen_after_bind(); });
+    // stop() is a no-op until the accept loop runs, so let it start first.
+    waitFor([&] { return server_.is_running(); });
     return port_;
   }
   void stop() {
@@ -204,16 +216,6 @@ inline bool pumpUntil(ManualMainQueue &queue, const std::function<bool()> &done,
     if (std::chrono::steady_clock::now() > deadline) return false;
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
-}
-
-// Waits (bounded) for a flag set by a completion on another thread.
-template <typename Pred> bool waitFor(Pred done, double realSeconds = 5) {
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(realSeconds);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  return true;
 }
 
 inline std::string logText() {
