@@ -84,6 +84,25 @@ double residualDb(const std::vector<float> &y, double rate, double hz) {
   return 10 * std::log10(restPower / fitPower);
 }
 
+TEST(AudioConverterTest, SixteenBitSamplesRoundAndClip) {
+  struct Case {
+    float in;
+    std::int16_t out;
+  } cases[] = {{0, 0},
+               {1, 32767},
+               {-1, -32767},
+               {1.5f, 32767},
+               {-1.5f, -32768},
+               {0.4f / 32767, 0},
+               {0.6f / 32767, 1},
+               {-0.6f / 32767, -1},
+               {std::nanf(""), 0},
+               {INFINITY, 32767},
+               {-INFINITY, -32768}};
+  for (const auto &c : cases)
+    EXPECT_EQ(AudioConverter::toInt16(c.in), c.out) << c.in;
+}
+
 class WAVRecorderTest : public ::testing::Test {
 protected:
   void feed(WAVRecorder &r, std::size_t samples, std::size_t chunk = 1000) {

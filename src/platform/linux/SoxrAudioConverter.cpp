@@ -39,16 +39,20 @@ public:
   }
 
 private:
+  // The average of the channels; written as plain loops over raw pointers so they vectorise.
   void downmix(const AudioBuffer &input) {
-    mono_.assign(input.frameCount, 0.0f);
-    for (int c = 0; c < channels_; ++c) {
-      auto samples = input.channel(c);
-      for (std::size_t i = 0; i < samples.size(); ++i)
-        mono_[i] += samples[i];
+    std::size_t n = input.frameCount;
+    mono_.resize(n);
+    float *out = mono_.data();
+    const float scale = 1.0f / static_cast<float>(channels_);
+    const float *first = input.channel(0).data();
+    for (std::size_t i = 0; i < n; ++i)
+      out[i] = first[i] * scale;
+    for (int c = 1; c < channels_; ++c) {
+      const float *in = input.channel(c).data();
+      for (std::size_t i = 0; i < n; ++i)
+        out[i] += in[i] * scale;
     }
-    if (channels_ > 1)
-      for (float &s : mono_)
-        s /= static_cast<float>(channels_);
   }
 
   bool run(const float *in, std::size_t count, std::vector<float> &output) {
