@@ -49,10 +49,11 @@ protected:
     env.files.resources = fs::path(SELVAR_TEST_DATA_DIR) / "servers";
   }
 
-  // Runs start() to its answer. Each 0.5 s poll waits realPerPoll of real time so that a
-  // real child process gets real time to come up.
+  // Runs start() to its answer. Each 0.5 s poll waits realPerPoll of real time, and until
+  // holdPolls() allows it, so that a real child process gets real time to come up or fail.
   std::optional<bool> runStart(const LocalServer::Endpoint &e, double timeout,
-                               const std::string &model, double realPerPoll = 0) {
+                               const std::string &model, double realPerPoll = 0,
+                               const std::function<bool()> &holdPolls = {}) {
     std::optional<bool> result;
     started = env.queue.monotonicSeconds();
     LocalServer::start(
@@ -62,7 +63,7 @@ protected:
     while (!result && std::chrono::steady_clock::now() < deadline) {
       if (env.queue.runUntilIdle() > 0) continue;
       auto now = std::chrono::steady_clock::now();
-      if (env.queue.pendingCount() > 0 &&
+      if (env.queue.pendingCount() > 0 && (!holdPolls || !holdPolls()) &&
           now - lastPoll >= std::chrono::duration<double>(realPerPoll)) {
         env.queue.runNext();
         lastPoll = now;
@@ -232,7 +233,8 @@ TEST_F(LocalServerTest, AServerThatExitsWhileLoadingIsLoggedOnce) {
   if (!fs::exists("/usr/bin/python3")) GTEST_SKIP() << "no python3";
   services().processes = &posixRunner;
   install();
-  EXPECT_EQ(runStart(endpointOn(freePort()), 3, "broken", 0.05), false);
+  auto stillRunning = [] { return LocalServer::launchedPid().has_value(); };
+  EXPECT_EQ(runStart(endpointOn(freePort()), 1, "broken", 0, stillRunning), false);
   std::string log = logText();
   auto first = log.find("asr server exited while loading; see ");
   EXPECT_NE(first, std::string::npos);
