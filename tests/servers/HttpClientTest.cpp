@@ -92,23 +92,6 @@ TEST_F(HttpClientTest, TransportFailuresAreNamed) {
   EXPECT_EQ(exchange(exact).body.size(), 300'000u);
 }
 
-TEST_F(HttpClientTest, BlockingWaitEndsAtItsBoundWhileTheExchangeGoesOn) {
-  server.get("/slow", [&](const httplib::Request &, httplib::Response &res) {
-    server.waitForRelease();
-    res.set_content("late", "text/plain");
-  });
-  int port = server.start();
-  HttpRequest request;
-  request.url = "http://127.0.0.1:" + std::to_string(port) + "/slow";
-  request.timeoutSeconds = 10;
-  HttpReply reply = client.sendAndWait(request, 0.1);
-  ASSERT_TRUE(reply.error);
-  EXPECT_EQ(reply.error->kind, TransportError::Kind::timedOut);
-  server.release();
-  reply = client.sendAndWait(request, 5);
-  EXPECT_EQ(reply.body, "late");
-}
-
 TEST_F(HttpClientTest, ShutdownCancelsWhatIsInFlightAndWhatComesAfter) {
   server.get("/slow",
              [&](const httplib::Request &, httplib::Response &) { server.waitForRelease(); });

@@ -101,12 +101,10 @@ TEST_F(RewriteClientTest, RequestCarriesThePromptTheTextAndTheModel) {
   EXPECT_EQ(body["temperature"], 0);
   EXPECT_EQ(body["max_tokens"], 64);
   EXPECT_EQ(body["messages"][0]["role"], "system");
-  EXPECT_EQ(body["messages"][0]["content"],
-            "You clean up dictated text. Return only the corrected text, no quotes, no "
-            "explanation.\nFix only: punctuation, capitalization, obvious speech-recognition "
-            "slips in names or homophones, and filler words (um, uh, like, you know). Keep every "
-            "other word, the speaker's order and their tone. Never add information. Never answer "
-            "the text as if it were a question to you.\n/no_think");
+  std::string prompt = body["messages"][0]["content"];
+  EXPECT_EQ(prompt, RewriteClient::kSystemPrompt);
+  EXPECT_TRUE(prompt.starts_with("You clean up dictated text. Return only the corrected text"));
+  EXPECT_TRUE(prompt.ends_with("as if it were a question to you.\n/no_think"));
   EXPECT_EQ(body["messages"][1], (json{{"role", "user"}, {"content", "call anna at five"}}));
   EXPECT_EQ(body.size(), 4u);
 }

@@ -2,8 +2,7 @@
 """Stand-in for the transcription server in tests.
 
 Answers GET /v1/models on 127.0.0.1 with the model named in SELVAR_ASR_MODEL. A model name
-containing "never-ready" never starts listening, like a model that takes too long to load;
-one containing "broken" exits at once, like a model that cannot load.
+containing "never-ready" never starts listening, like a model that takes too long to load.
 """
 import http.server
 import json
@@ -17,8 +16,6 @@ def main() -> None:
     model = os.environ.get("SELVAR_ASR_MODEL", "")
     print(f"stand-in model={model} port={port}", flush=True)
     print("stand-in stderr", file=sys.stderr, flush=True)
-    if "broken" in model:
-        sys.exit(3)
     if "never-ready" in model:
         while True:
             signal.pause()
