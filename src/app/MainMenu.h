@@ -2,7 +2,7 @@
 // The application's main menu: the application menu and the Edit menu that gives the settings
 // and feedback windows their editing shortcuts.
 
-#include "app/MenuModel.h"
+#include "platform/MenuModel.h"
 
 #include <vector>
 

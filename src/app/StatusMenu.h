@@ -2,8 +2,8 @@
 // The status item's menu, rebuilt each time it opens so it shows the current paste chord and
 // the latest dictations, and the item's tooltip.
 
-#include "app/MenuModel.h"
 #include "app/Prefs.h"
+#include "platform/MenuModel.h"
 
 #include <string>
 #include <string_view>
