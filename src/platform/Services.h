@@ -11,6 +11,7 @@ class NotificationCenter;
 class FileLocations;
 class Workspace;
 class PermissionAccess;
+class Dsp;
 
 struct Services {
   MainQueue *mainQueue = nullptr;
@@ -20,6 +21,7 @@ struct Services {
   FileLocations *files = nullptr;
   Workspace *workspace = nullptr;
   PermissionAccess *permissions = nullptr;
+  const Dsp *dsp = nullptr;
 };
 
 // The installed services. Every member is set before any core code runs.

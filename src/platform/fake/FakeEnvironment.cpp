@@ -1,5 +1,8 @@
 #include "platform/fake/FakeEnvironment.h"
 
+#include "records/Diagnostics.h"
+#include "records/Log.h"
+
 #include <atomic>
 #include <cstdlib>
 #include <string>
@@ -23,10 +26,20 @@ fs::path FakeEnvironment::makeRoot() {
 FakeEnvironment::FakeEnvironment(WallTime wallStart)
     : queue(wallStart), files(makeRoot()), root_(files.dataRoot().parent_path()),
       previous_(services()) {
-  installServices({&queue, &queue, &settings, &notifications, &files});
+  Services s;
+  s.mainQueue = &queue;
+  s.clock = &queue;
+  s.settings = &settings;
+  s.notifications = &notifications;
+  s.files = &files;
+  s.dsp = &dsp;
+  installServices(s);
 }
 
 FakeEnvironment::~FakeEnvironment() {
+  // Records queued by the test land in this root before it goes, not in a recreated folder.
+  Log::flush();
+  Diagnostics::flush();
   installServices(previous_);
   std::error_code ec;
   fs::remove_all(root_, ec);

@@ -8,6 +8,7 @@
 #include "platform/Services.h"
 #include "platform/fake/ManualMainQueue.h"
 #include "platform/fake/MemorySettingsStore.h"
+#include "platform/fake/ReferenceDsp.h"
 
 namespace selvar {
 
@@ -38,6 +39,7 @@ public:
   MemorySettingsStore settings;
   NotificationCenter notifications;
   TempFileLocations files;
+  ReferenceDsp dsp; // a direct DFT: exact but slow
 
 private:
   static std::filesystem::path makeRoot();
