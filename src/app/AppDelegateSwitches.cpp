@@ -3,6 +3,7 @@
 
 #include "app/AppDelegate.h"
 #include "app/Prefs.h"
+#include "hud/SyntheticSpectrum.h"
 #include "platform/MainQueue.h"
 #include "platform/Services.h"
 #include "platform/SettingsStore.h"
@@ -140,12 +141,11 @@ void AppDelegate::hudPreview() {
 void AppDelegate::hudPreviewFrame(double startedAt) {
   double elapsed = services().clock->monotonicSeconds() - startedAt;
   if (elapsed >= kPreviewSeconds) {
-    subsystems_.recordEvent("hud.hide");
     hud_->hide();
     endEndingSwitch();
     return;
   }
-  hud_->updateSpectrum(subsystems_.previewSpectrum(elapsed));
+  hud_->updateSpectrum(SyntheticSpectrum::bands(elapsed));
   double next = std::min(kPreviewFrame, kPreviewSeconds - elapsed);
   services().mainQueue->asyncAfter(next, [this, startedAt, alive = std::weak_ptr<bool>(alive_)] {
     if (!alive.expired()) hudPreviewFrame(startedAt);

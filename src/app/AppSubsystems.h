@@ -62,10 +62,8 @@ public:
   // The kept failed recording, sent again and delivered like a new dictation.
   virtual bool hasFailedRecording() = 0;
   virtual void retryFailedDictation(OutcomeHandler done) = 0;
+  // A pill of its own for the HUD switches; hiding it records "hud.hide" in the diagnostics.
   virtual std::unique_ptr<HUDControl> makeHUD() = 0;
-  // The meter levels the pill preview shows at a time in seconds.
-  virtual std::vector<float> previewSpectrum(double seconds) = 0;
-  virtual void recordEvent(const std::string &name) = 0;
 };
 
 } // namespace selvar

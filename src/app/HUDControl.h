@@ -10,7 +10,7 @@ class HUDControl {
 public:
   virtual ~HUDControl() = default;
   virtual void show(const std::string &state) = 0;
-  // Hides the panel and resets the pill's model.
+  // Hides the panel, resets the pill's model and records "hud.hide".
   virtual void hide() = 0;
   virtual bool isVisible() const = 0;
   virtual void updateSpectrum(std::span<const float> levels) = 0;

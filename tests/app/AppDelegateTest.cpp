@@ -236,7 +236,7 @@ TEST_F(AppDelegateTest, HudPreviewAnimatesForEightSecondsThenHidesAndQuits) {
   EXPECT_EQ(subsystems.hud->bands, 28u);
   env.queue.advance(0.2);
   EXPECT_FALSE(subsystems.hud->visible);
-  EXPECT_EQ(timelineFrom("event"), (Lines{"event hud.hide", "terminate"}));
+  EXPECT_EQ(timelineFrom("hud hide"), (Lines{"hud hide", "terminate"}));
   EXPECT_EQ(env.queue.pendingCount(), 0u) << "no frame keeps running after the preview";
 }
 

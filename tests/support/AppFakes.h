@@ -91,16 +91,21 @@ public:
 
 class RecordingHUD : public HUDControl {
 public:
+  explicit RecordingHUD(Timeline &t) : timeline(t) {}
   void show(const std::string &state) override {
     visible = true;
     states.push_back(state);
   }
-  void hide() override { visible = false; }
+  void hide() override {
+    visible = false;
+    timeline.note("hud hide");
+  }
   bool isVisible() const override { return visible; }
   void updateSpectrum(std::span<const float> levels) override {
     ++frames;
     bands = levels.size();
   }
+  Timeline &timeline;
   bool visible = false;
   std::vector<std::string> states;
   int frames = 0;
@@ -172,12 +177,10 @@ public:
     pending.push_back(std::move(done));
   }
   std::unique_ptr<HUDControl> makeHUD() override {
-    auto h = std::make_unique<RecordingHUD>();
+    auto h = std::make_unique<RecordingHUD>(timeline);
     hud = h.get();
     return h;
   }
-  std::vector<float> previewSpectrum(double) override { return std::vector<float>(28, 0.5f); }
-  void recordEvent(const std::string &name) override { timeline.note("event " + name); }
 
   // Runs the work queued for the background, as a worker thread would.
   void drainBackground() {
