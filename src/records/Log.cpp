@@ -2,12 +2,12 @@
 
 #include "platform/FileLocations.h"
 #include "platform/Services.h"
+#include "records/RecordFiles.h"
 #include "support/SerialQueue.h"
 #include "support/Time.h"
+#include "support/Unicode.h"
 
 #include <fcntl.h>
-#include <fstream>
-#include <sstream>
 #include <unistd.h>
 
 namespace selvar::Log {
@@ -28,39 +28,61 @@ fs::path generation(const fs::path &dir, int n) {
   return n == 0 ? dir / "selvar.log" : dir / ("selvar." + std::to_string(n) + ".log");
 }
 
+// Runs on the queue, or right here when already on it, so a misplaced call cannot deadlock.
+void onQueue(const std::function<void()> &work) {
+  if (queue().isCurrent())
+    work();
+  else
+    queue().sync(work);
+}
+
+// The size is checked once per launch: a long session may grow the current file past the
+// limit, and rotating under a running session would split its story across files.
 void rotate(const fs::path &dir) {
   std::error_code ec;
   auto size = fs::file_size(generation(dir, 0), ec);
   if (ec || size <= kRotateAbove) return;
-  fs::remove(generation(dir, kGenerations), ec);
-  for (int i = kGenerations - 1; i >= 1; --i)
-    if (fs::exists(generation(dir, i), ec)) fs::rename(generation(dir, i), generation(dir, i + 1), ec);
-  fs::rename(generation(dir, 0), generation(dir, 1), ec);
+  RecordFiles::shiftGenerations([&](int n) { return generation(dir, n); }, kGenerations);
 }
 
 void append(const fs::path &dir, const std::string &line) {
   std::error_code ec;
   fs::create_directories(dir, ec);
-  int fd = ::open(generation(dir, 0).c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-  if (fd < 0) return;
-  [[maybe_unused]] auto written = ::write(fd, line.data(), line.size());
-  ::close(fd);
+  RecordFiles::append(generation(dir, 0), line);
 }
 
-std::string readLastBytes(const fs::path &file, std::size_t budget, bool &ok) {
-  std::ifstream in(file, std::ios::binary);
-  ok = static_cast<bool>(in);
-  if (!ok) return {};
-  std::ostringstream all;
-  all << in.rdbuf();
-  std::string data = std::move(all).str();
-  if (data.size() > budget) data.erase(0, data.size() - budget);
-  return data;
+std::string tailOnQueue(const fs::path &dir, std::size_t bytes) {
+  std::size_t remaining = bytes;
+  std::vector<std::string> parts;
+  for (int i = 0; i <= kGenerations; ++i) {
+    std::error_code ec;
+    auto file = generation(dir, i);
+    if (remaining == 0 || !fs::exists(file, ec)) continue;
+    auto kept = RecordFiles::readLast(file, remaining);
+    if (!kept) continue;
+    remaining -= kept->size();
+    // A cut through a multi-byte character shows as U+FFFD rather than failing.
+    parts.push_back(repairUtf8(*kept));
+  }
+  std::string text;
+  for (auto it = parts.rbegin(); it != parts.rend(); ++it)
+    text += *it;
+  // Only a read of the whole log drops its oldest (possibly partial) first line; a budget
+  // that cut into a file returns the cut text as it is, partial first line included.
+  if (remaining > 0)
+    if (auto nl = text.find('\n'); nl != std::string::npos) text.erase(0, nl + 1);
+  return text;
 }
 
 } // namespace
 
-fs::path directory() { return Paths::logs(); }
+fs::path directory() {
+  return Paths::logs();
+}
+
+fs::path directoryPath() {
+  return services().files->dataRoot() / "logs";
+}
 
 std::vector<fs::path> rotatedFilesNewestFirst() {
   std::vector<fs::path> out;
@@ -73,7 +95,7 @@ std::vector<fs::path> rotatedFilesNewestFirst() {
 
 void install(bool redirectStandardError) {
   auto dir = directory();
-  queue().sync([&] {
+  onQueue([&] {
     rotate(dir);
     int fd = ::open(generation(dir, 0).c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
     if (fd < 0) return;
@@ -83,42 +105,36 @@ void install(bool redirectStandardError) {
 }
 
 void write(std::string_view message) {
-  // The path is computed without touching the disk; the queue creates the folder.
-  auto dir = services().files->dataRoot() / "logs";
-  std::string line = formatIso8601(wallNow());
-  line.reserve(line.size() + message.size() + 2);
-  line += ' ';
-  line += message;
-  line += '\n';
-  queue().async([dir = std::move(dir), line = std::move(line)] { append(dir, line); });
+  try {
+    std::string line = formatIso8601(wallNow());
+    line.reserve(line.size() + message.size() + 2);
+    line += ' ';
+    line += message;
+    line += '\n';
+    queue().async([dir = directoryPath(), line = std::move(line)] {
+      try {
+        append(dir, line);
+      } catch (...) {
+      }
+    });
+  } catch (...) {
+  }
 }
 
 std::string tail(std::size_t bytes) {
-  auto files = rotatedFilesNewestFirst();
   std::string text;
-  std::size_t remaining = bytes;
-  queue().sync([&] {
-    std::vector<std::string> parts;
-    for (const auto &file : files) {
-      if (remaining == 0) continue;
-      bool ok = false;
-      std::string kept = readLastBytes(file, remaining, ok);
-      if (!ok) continue;
-      remaining -= kept.size();
-      parts.insert(parts.begin(), std::move(kept));
+  auto dir = directory();
+  onQueue([&] {
+    try {
+      text = tailOnQueue(dir, bytes);
+    } catch (...) { // out of memory: an empty tail beats a dead process
     }
-    for (auto &p : parts) text += p;
   });
-  // Only a whole-log read drops the oldest (possibly partial) first line; a budget that cut
-  // into a file returns the cut text as it is.
-  if (remaining > 0) {
-    if (auto nl = text.find('\n'); nl != std::string::npos) text.erase(0, nl + 1);
-  }
   return text;
 }
 
 void flush() {
-  queue().sync([] {});
+  onQueue([] {});
 }
 
 } // namespace selvar::Log

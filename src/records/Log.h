@@ -15,11 +15,15 @@ namespace selvar::Log {
 void install(bool redirectStandardError = true);
 // One message, one line. Never blocks on the disk, never fails visibly.
 void write(std::string_view message);
-// Up to `bytes` bytes of the newest log text across generations (older text first).
+// Up to `bytes` bytes of the newest log text across generations (older text first). Waits
+// for every earlier write; must not be called from the log's own queue.
 std::string tail(std::size_t bytes);
 // Waits until every earlier write is on disk (tests and orderly shutdown).
 void flush();
+// The logs folder, created when missing (the diagnostics timeline lives there too).
 std::filesystem::path directory();
+// The same folder without touching the disk, for callers that must not wait on it.
+std::filesystem::path directoryPath();
 std::vector<std::filesystem::path> rotatedFilesNewestFirst();
 
 } // namespace selvar::Log

@@ -1,5 +1,8 @@
 #include "platform/fake/FakeEnvironment.h"
 
+#include "records/Diagnostics.h"
+#include "records/Log.h"
+
 #include <atomic>
 #include <cstdlib>
 #include <string>
@@ -34,6 +37,9 @@ FakeEnvironment::FakeEnvironment(WallTime wallStart)
 }
 
 FakeEnvironment::~FakeEnvironment() {
+  // Records queued by the test land in this root before it goes, not in a recreated folder.
+  Log::flush();
+  Diagnostics::flush();
   installServices(previous_);
   std::error_code ec;
   fs::remove_all(root_, ec);
