@@ -36,5 +36,5 @@ fi
 stop_server() { [ -z "$server_pid" ] || kill "$server_pid" 2>/dev/null || true; }
 trap stop_server EXIT INT TERM
 
-echo "run: starting Selvar; it lives in the tray. Hold Right Alt (or tap it) and speak."
+echo "run: starting Selvar in the tray: tap Right Alt, speak, tap it again (Settings changes the key)."
 ./build/src/selvar "$@"
