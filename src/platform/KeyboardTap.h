@@ -23,10 +23,11 @@ struct KeyEvent {
 };
 
 // A key-down to keep from the focused application: the key code with the modifier bits it
-// needs (0 for any modifiers).
+// needs (0 for any modifiers), or with exactly those modifiers (a chord).
 struct SwallowedKey {
   int keyCode = 0;
   std::uint64_t requiredFlags = 0;
+  bool exactModifiers = false;
   friend bool operator==(const SwallowedKey &, const SwallowedKey &) = default;
 };
 

@@ -23,6 +23,27 @@ unsigned int xModifiers(std::uint64_t flags) {
   return mask;
 }
 
+// Lock-style modifiers (Caps Lock, Num Lock) never change what a key means.
+constexpr unsigned int kLockModifiers[] = {0, LockMask, Mod2Mask, LockMask | Mod2Mask};
+
+// A key with no required modifier is claimed under any modifiers. One that needs modifiers is
+// claimed under every combination that includes them; a chord only under exactly its own,
+// give or take the lock modifiers.
+std::vector<unsigned int> grabCombinations(const SwallowedKey &key) {
+  const unsigned int required = xModifiers(key.requiredFlags);
+  if (key.exactModifiers) {
+    std::vector<unsigned int> out;
+    for (unsigned int lock : kLockModifiers)
+      out.push_back(required | lock);
+    return out;
+  }
+  if (required == 0) return {AnyModifier};
+  std::vector<unsigned int> out;
+  for (unsigned int mods = 0; mods < 256; ++mods)
+    if ((mods & required) == required) out.push_back(mods);
+  return out;
+}
+
 } // namespace
 
 X11KeyboardTap::~X11KeyboardTap() {
@@ -79,23 +100,16 @@ bool X11KeyboardTap::isKeyDown(int keyCode) const {
   return (keys[*x11 / 8] >> (*x11 % 8)) & 1;
 }
 
-// A key with no required modifier is claimed under any modifiers; one that needs modifiers is
-// claimed under every combination that includes them, so Caps Lock or Num Lock do not let it
-// slip through.
 void X11KeyboardTap::grab(const SwallowedKey &key, bool on) {
   auto x11 = MacKeyCodes::x11FromMac(key.keyCode);
   if (!x11) return;
   const Window root = DefaultRootWindow(display_);
-  const unsigned int required = xModifiers(key.requiredFlags);
   X11ErrorTrap trap(display_);
-  for (unsigned int mods = 0; mods < 256; ++mods) {
-    if (required == 0 && mods > 0) break;
-    const unsigned int combination = required == 0 ? AnyModifier : mods;
-    if (required && (mods & required) != required) continue;
+  for (unsigned int mods : grabCombinations(key)) {
     if (on)
-      XGrabKey(display_, *x11, combination, root, False, GrabModeAsync, GrabModeAsync);
+      XGrabKey(display_, *x11, mods, root, False, GrabModeAsync, GrabModeAsync);
     else
-      XUngrabKey(display_, *x11, combination, root);
+      XUngrabKey(display_, *x11, mods, root);
   }
   if (trap.finish() && on)
     Log::write("hotkey: could not claim key " + std::to_string(key.keyCode) +
