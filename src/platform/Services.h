@@ -19,6 +19,8 @@ class KeySynthesizer;
 class KeyboardTap;
 class Dsp;
 class KeyboardLayout;
+class ProcessRunner;
+class AudioConverterFactory;
 
 struct Services {
   MainQueue *mainQueue = nullptr;
@@ -37,6 +39,10 @@ struct Services {
   const Dsp *dsp = nullptr;
   // May stay unset (headless tools): key names then fall back to their numbers.
   KeyboardLayout *keyboardLayout = nullptr;
+  // Child processes (the local transcription server); absent where nothing may be launched.
+  ProcessRunner *processes = nullptr;
+  // Converters from captured audio to the 16 kHz mono the servers take.
+  AudioConverterFactory *audioConverters = nullptr;
 };
 
 // The installed services. Members not noted as optional are set before any core code runs.
