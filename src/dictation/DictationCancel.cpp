@@ -73,6 +73,11 @@ void DictationController::returnPressed() {
   }
   cancelArmed_ = false;
   cancelTimer(cancelArmTimer_);
+  // Still transcribing: its text has not come back yet and goes in when it does.
+  if (state() == State::transcribing) {
+    hud_->show("Transcribing", std::nullopt);
+    return;
+  }
   hidePill();
   beginRecording();
 }

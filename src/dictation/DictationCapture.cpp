@@ -93,6 +93,7 @@ void DictationController::logCaptureInput(AudioEngine &engine, int attempt) {
 void DictationController::installTap(AudioEngine &engine, AudioFormat format) {
   engine.removeTap();
   captureRate_.store(format.sampleRate, std::memory_order_relaxed);
+  if (utterance_) utterance_->setSampleRate(format.sampleRate);
   analyzer_ = std::make_shared<SpectrumAnalyzer>(format.sampleRate);
   // The block owns what it touches, so nothing it uses can go away under it.
   engine.installTap(format, kTapFrames,

@@ -112,6 +112,8 @@ void DictationController::applyHandsFreeRule() {
 
 void DictationController::beginRecording() {
   if (state() != State::idle) return;
+  // Something else started a recording while text was held back: that text goes in first.
+  if (pendingInsert_) flushPendingInsert();
   std::optional<ServerEndpoint> endpoint;
   Recognizer recognizer;
   if (!passesEntryChecks(endpoint, recognizer)) return;

@@ -107,6 +107,17 @@ TEST_F(CancelScenarioTest, TheTriggerDisarmsTheConfirmation) {
   EXPECT_EQ(rig.pastes.back(), "Second");
 }
 
+TEST_F(CancelScenarioTest, ARecordingStartedElsewhereLetsTheHeldTextGoInFirst) {
+  speakThenCancel();
+  rig.task().final("i went home");
+  rig.env.queue.runUntilIdle();
+  rig.controller->runTestUtterance(5);
+  EXPECT_EQ(rig.state(), DictationController::State::listening);
+  EXPECT_FALSE(rig.controller->hasPendingInsert());
+  rig.settle();
+  EXPECT_EQ(rig.pastes, std::vector<std::string>{"I went home"});
+}
+
 TEST_F(CancelScenarioTest, EscapeSwallowingFollowsTheSetting) {
   EXPECT_FALSE(rig.escape()); // nothing under way: Escape and Return belong to the front app
   EXPECT_FALSE(rig.returnKey());

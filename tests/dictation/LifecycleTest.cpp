@@ -141,6 +141,16 @@ TEST(LifecycleTest, EngineThatCannotStartLeavesTheControllerIdleWithoutAMessage)
   EXPECT_FALSE(rig.pillVisible());
 }
 
+TEST(LifecycleTest, DiagnosticsMeasureTheAudioAtTheInputsRate) {
+  DictationRig rig;
+  rig.env.audio.inputFormat = {44100, 1};
+  rig.startSpeaking(10); // 20480 frames: 0.46 s at 44.1 kHz (0.43 s if taken for 48 kHz)
+  rig.press();
+  rig.task().final("x");
+  rig.settle();
+  EXPECT_TRUE(rig.diagnosticsHave("\"audio_seconds_captured\":0.46"));
+}
+
 TEST(LifecycleTest, FeedbackRecordingThatCannotStartOpensTheEmptyWindow) {
   DictationRig rig;
   rig.env.permissions.microphoneState = PermissionState::denied;
