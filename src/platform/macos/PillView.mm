@@ -1,0 +1,210 @@
+#import "platform/macos/PillView.h"
+
+#include "platform/macos/ObjCBridge.h"
+
+#import <QuartzCore/QuartzCore.h>
+#include <cmath>
+
+using selvar::HUDModel;
+
+namespace {
+
+struct BarGeometry {
+  CGFloat width, gap, height;
+};
+
+BarGeometry barGeometry(selvar::HUDPreference style) {
+  return style == selvar::HUDPreference::mini ? BarGeometry{2, 1.5, 16} : BarGeometry{3, 2, 24};
+}
+
+NSColor *tintColor(selvar::HUDTint tint) {
+  switch (tint) {
+  case selvar::HUDTint::orange:
+    return [NSColor systemOrangeColor];
+  case selvar::HUDTint::red:
+    return [NSColor systemRedColor];
+  case selvar::HUDTint::accent:
+    return [NSColor controlAccentColor];
+  case selvar::HUDTint::secondary:
+    break;
+  }
+  return [NSColor secondaryLabelColor];
+}
+
+NSColor *srgb(double r, double g, double b) {
+  return [NSColor colorWithSRGBRed:r green:g blue:b alpha:1];
+}
+
+NSColor *meterColor(selvar::Palette palette) {
+  switch (palette) {
+  case selvar::Palette::cyberpunk:
+    return srgb(1.0, 0.22, 0.78);
+  case selvar::Palette::business:
+    return [NSColor systemBlueColor];
+  case selvar::Palette::midnight:
+    return srgb(0.48, 0.52, 1.0);
+  }
+  return [NSColor controlAccentColor];
+}
+
+// Nothing for no outline.
+NSColor *outlineColor(const selvar::PillOutline &outline, NSColor *tint) {
+  using Kind = selvar::PillOutline::Kind;
+  switch (outline.kind) {
+  case Kind::none:
+    return nil;
+  case Kind::black:
+    return [NSColor blackColor];
+  case Kind::custom:
+    if (auto c = selvar::parseHexColor(outline.hex)) return srgb(c->red, c->green, c->blue);
+    return tint;
+  case Kind::tint:
+    break;
+  }
+  return tint;
+}
+
+} // namespace
+
+// The 28 bars, drawn as plain layers so a push only moves frames.
+@interface SLVMeterView : NSView
+@end
+
+@implementation SLVMeterView {
+  NSMutableArray<CALayer *> *_bars;
+  BarGeometry _geometry;
+}
+
+- (instancetype)init {
+  self = [super initWithFrame:NSZeroRect];
+  if (!self) return nil;
+  self.wantsLayer = YES;
+  _geometry = barGeometry(selvar::HUDPreference::full);
+  _bars = [NSMutableArray array];
+  for (std::size_t i = 0; i < HUDModel::kBandCount; ++i) {
+    CALayer *bar = [CALayer layer];
+    [self.layer addSublayer:bar];
+    [_bars addObject:bar];
+  }
+  return self;
+}
+
+- (NSSize)intrinsicContentSize {
+  const CGFloat count = HUDModel::kBandCount;
+  return NSMakeSize(count * _geometry.width + (count - 1) * _geometry.gap, _geometry.height);
+}
+
+- (void)setStyle:(selvar::HUDPreference)style {
+  _geometry = barGeometry(style);
+  [self invalidateIntrinsicContentSize];
+}
+
+- (void)showBands:(const HUDModel::Bands &)bands phase:(double)phase color:(NSColor *)color {
+  [CATransaction begin];
+  [CATransaction setDisableActions:YES];
+  const CGFloat minimum = _geometry.width;
+  const CGFloat midY = NSMidY(self.bounds);
+  for (std::size_t i = 0; i < bands.size(); ++i) {
+    CALayer *bar = _bars[i];
+    CGFloat height = minimum + bands[i] * (_geometry.height - minimum);
+    CGFloat x = i * (_geometry.width + _geometry.gap);
+    bar.frame = CGRectMake(x, midY - height / 2, _geometry.width, height);
+    bar.cornerRadius = _geometry.width / 2;
+    // The energy phase ripples the brightness along the bars while the voice is loud.
+    bar.opacity = static_cast<float>(0.7 + 0.3 * std::sin(phase + 0.35 * static_cast<double>(i)));
+    bar.backgroundColor = color.CGColor;
+  }
+  [CATransaction commit];
+}
+
+@end
+
+@implementation SLVPillView {
+  selvar::HUDModel *_model;
+  NSImageView *_symbol;
+  NSTextField *_stateLabel;
+  NSTextField *_detailLabel;
+  SLVMeterView *_meter;
+  NSStackView *_row;
+  NSColor *_meterColor;
+}
+
+- (instancetype)initWithModel:(selvar::HUDModel *)model {
+  self = [super initWithFrame:NSMakeRect(0, 0, 300, 60)];
+  if (!self) return nil;
+  _model = model;
+  self.wantsLayer = YES;
+  self.layer.masksToBounds = YES;
+  _symbol = [[NSImageView alloc] init];
+  _stateLabel = [NSTextField labelWithString:@""];
+  _detailLabel = [NSTextField labelWithString:@""];
+  _detailLabel.textColor = [NSColor secondaryLabelColor];
+  _meter = [[SLVMeterView alloc] init];
+
+  NSStackView *text = [NSStackView stackViewWithViews:@[ _stateLabel, _detailLabel ]];
+  text.orientation = NSUserInterfaceLayoutOrientationVertical;
+  text.alignment = NSLayoutAttributeLeading;
+  text.spacing = 1;
+  _row = [NSStackView stackViewWithViews:@[ _symbol, text, _meter ]];
+  _row.orientation = NSUserInterfaceLayoutOrientationHorizontal;
+  _row.alignment = NSLayoutAttributeCenterY;
+  _row.spacing = 10;
+  _row.translatesAutoresizingMaskIntoConstraints = NO;
+  [self addSubview:_row];
+  [NSLayoutConstraint activateConstraints:@[
+    [_row.centerXAnchor constraintEqualToAnchor:self.centerXAnchor],
+    [_row.centerYAnchor constraintEqualToAnchor:self.centerYAnchor],
+    [self.widthAnchor constraintGreaterThanOrEqualToAnchor:_row.widthAnchor constant:28],
+    [self.heightAnchor constraintGreaterThanOrEqualToAnchor:_row.heightAnchor constant:16],
+  ]];
+  [self refreshLook];
+  return self;
+}
+
+- (void)setCornerRadius:(CGFloat)radius {
+  self.layer.cornerRadius = radius;
+}
+
+- (void)refresh:(HUDModel::Field)field {
+  if (field == HUDModel::Field::bands || field == HUDModel::Field::phase)
+    [self refreshMeter];
+  else
+    [self refreshLook];
+}
+
+- (void)refreshMeter {
+  [_meter showBands:_model->bands() phase:_model->phase() color:_meterColor];
+}
+
+- (void)refreshLook {
+  const HUDModel &model = *_model;
+  const bool mini = model.style() == selvar::HUDPreference::mini;
+  const auto look = model.presentation();
+  NSColor *tint = tintColor(look.tint);
+
+  _symbol.image = look.symbol.empty()
+                      ? nil
+                      : [NSImage imageWithSystemSymbolName:selvar::nsString(look.symbol)
+                                  accessibilityDescription:nil];
+  _symbol.contentTintColor = tint;
+  _symbol.hidden = look.symbol.empty();
+
+  _stateLabel.stringValue = selvar::nsString(model.state());
+  _stateLabel.font = [NSFont systemFontOfSize:mini ? 11 : 13 weight:NSFontWeightSemibold];
+  // The question always shows; the hint only on the full pill.
+  std::string detail = model.question() ? *model.question() : (mini ? "" : model.hint());
+  _detailLabel.stringValue = selvar::nsString(detail);
+  _detailLabel.font = [NSFont systemFontOfSize:mini ? 10 : 11];
+  _detailLabel.hidden = detail.empty();
+
+  [_meter setStyle:model.style()];
+  _meterColor = meterColor(selvar::Prefs::theme());
+  _row.spacing = mini ? 6 : 10;
+
+  NSColor *outline = outlineColor(selvar::Prefs::pillOutline(), tint);
+  self.layer.borderWidth = outline ? 1.5 : 0;
+  self.layer.borderColor = outline.CGColor;
+  [self refreshMeter];
+}
+
+@end
