@@ -17,6 +17,7 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#include <sys/types.h>
 
 typedef bool BOOL; // arm64: OBJC_BOOL_IS_BOOL
 #define YES __objc_yes
@@ -91,6 +92,8 @@ typedef CFStringRef CFRunLoopMode;
 
 extern const CFAllocatorRef kCFAllocatorDefault;
 extern const CFRunLoopMode kCFRunLoopCommonModes;
+
+#define CFSTR(cStr) ((CFStringRef)__builtin___CFStringMakeConstantString("" cStr ""))
 
 void CFRelease(CFTypeRef cf);
 CFTypeRef CFRetain(CFTypeRef cf);
@@ -245,13 +248,14 @@ NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat w, CGFloat h);
 CGFloat NSMidY(NSRect aRect);
 extern const NSRect NSZeroRect;
 
+typedef unsigned short unichar;
 typedef NSUInteger NSStringEncoding;
 enum { NSUTF8StringEncoding = 4 };
 
 @interface NSString : NSObject <NSCopying>
 @property(readonly) NSUInteger length;
 @property(readonly) const char *UTF8String;
-+ (instancetype)stringWithCharacters:(const UniChar *)characters length:(NSUInteger)length;
++ (instancetype)stringWithCharacters:(const unichar *)characters length:(NSUInteger)length;
 - (instancetype)initWithBytes:(const void *)bytes
                        length:(NSUInteger)len
                      encoding:(NSStringEncoding)encoding;
@@ -286,6 +290,12 @@ enum { NSUTF8StringEncoding = 4 };
 
 @interface NSDictionary<__covariant KeyType, __covariant ObjectType> : NSObject <NSCopying>
 - (ObjectType)objectForKeyedSubscript:(KeyType)key;
+@end
+
+typedef NSString *NSExceptionName;
+@interface NSException : NSObject <NSCopying>
+@property(readonly, copy) NSExceptionName name;
+@property(readonly, copy) NSString *reason;
 @end
 
 typedef NSString *NSErrorDomain;
@@ -414,6 +424,22 @@ CFTimeInterval CACurrentMediaTime(void);
 
 Boolean AXIsProcessTrusted(void);
 
+typedef const struct __AXUIElement *AXUIElementRef;
+typedef CF_ENUM(int32_t, AXError){
+    kAXErrorSuccess = 0,
+    kAXErrorFailure = -25200,
+};
+CFTypeID AXUIElementGetTypeID(void);
+AXUIElementRef AXUIElementCreateApplication(pid_t pid);
+AXError AXUIElementCopyAttributeValue(AXUIElementRef element, CFStringRef attribute,
+                                      CFTypeRef *value);
+AXError AXUIElementSetAttributeValue(AXUIElementRef element, CFStringRef attribute,
+                                     CFTypeRef value);
+AXError AXUIElementPerformAction(AXUIElementRef element, CFStringRef action);
+#define kAXFocusedUIElementAttribute CFSTR("AXFocusedUIElement")
+#define kAXWindowAttribute CFSTR("AXWindow")
+#define kAXRaiseAction CFSTR("AXRaise")
+
 #endif
 
 // ---------------------------------------------------------------------------------------------
@@ -422,7 +448,6 @@ Boolean AXIsProcessTrusted(void);
 #define SLV_STUB_APPKIT
 
 @class CALayer, NSWindow;
-typedef int pid_t;
 
 @interface NSAppearance : NSObject
 + (NSAppearance *)appearanceNamed:(NSString *)name;
@@ -655,12 +680,100 @@ extern NSString *const NSWorkspaceApplicationKey;
 - (BOOL)openURL:(NSURL *)url;
 @end
 
+typedef NSString *NSPasteboardType;
+extern NSPasteboardType const NSPasteboardTypeString;
+@protocol NSPasteboardWriting <NSObject>
+@end
+@interface NSPasteboardItem : NSObject <NSPasteboardWriting>
+@property(readonly, copy) NSArray<NSPasteboardType> *types;
+- (BOOL)setData:(NSData *)data forType:(NSPasteboardType)type;
+- (NSData *)dataForType:(NSPasteboardType)type;
+@end
+@interface NSPasteboard : NSObject
+@property(class, readonly, strong) NSPasteboard *generalPasteboard;
+@property(readonly, copy) NSArray<NSPasteboardItem *> *pasteboardItems;
+- (NSInteger)clearContents;
+- (BOOL)setString:(NSString *)string forType:(NSPasteboardType)dataType;
+- (BOOL)writeObjects:(NSArray<id<NSPasteboardWriting>> *)objects;
+- (NSString *)stringForType:(NSPasteboardType)dataType;
+@end
+
 #endif
 
 // ---------------------------------------------------------------------------------------------
 // AVFAudio
 #if defined(SLV_WANT_AVFAUDIO) && !defined(SLV_STUB_AVFAUDIO)
 #define SLV_STUB_AVFAUDIO
+
+typedef uint32_t AVAudioFrameCount;
+typedef uint32_t AVAudioPacketCount;
+typedef uint32_t AVAudioChannelCount;
+typedef NSUInteger AVAudioNodeBus;
+typedef NS_ENUM(NSUInteger, AVAudioCommonFormat){
+    AVAudioOtherFormat = 0,
+    AVAudioPCMFormatFloat32 = 1,
+    AVAudioPCMFormatFloat64 = 2,
+    AVAudioPCMFormatInt16 = 3,
+    AVAudioPCMFormatInt32 = 4,
+};
+
+@interface AVAudioFormat : NSObject
+- (instancetype)initStandardFormatWithSampleRate:(double)sampleRate
+                                        channels:(AVAudioChannelCount)channels;
+- (instancetype)initWithCommonFormat:(AVAudioCommonFormat)format
+                          sampleRate:(double)sampleRate
+                            channels:(AVAudioChannelCount)channels
+                         interleaved:(BOOL)interleaved;
+@property(readonly) double sampleRate;
+@property(readonly) AVAudioChannelCount channelCount;
+@property(readonly, getter=isInterleaved) BOOL interleaved;
+@property(readonly) AVAudioCommonFormat commonFormat;
+@end
+
+@interface AVAudioBuffer : NSObject <NSCopying>
+@property(readonly) AVAudioFormat *format;
+@end
+
+@interface AVAudioPCMBuffer : AVAudioBuffer
+- (instancetype)initWithPCMFormat:(AVAudioFormat *)format
+                    frameCapacity:(AVAudioFrameCount)frameCapacity;
+@property(readonly) AVAudioFrameCount frameCapacity;
+@property AVAudioFrameCount frameLength;
+@property(readonly) NSUInteger stride;
+@property(readonly) float *const *floatChannelData;
+@property(readonly) int16_t *const *int16ChannelData;
+@end
+
+@interface AVAudioTime : NSObject
+@end
+
+typedef void (^AVAudioNodeTapBlock)(AVAudioPCMBuffer *buffer, AVAudioTime *when);
+
+@interface AVAudioNode : NSObject
+- (AVAudioFormat *)outputFormatForBus:(AVAudioNodeBus)bus;
+- (void)installTapOnBus:(AVAudioNodeBus)bus
+             bufferSize:(AVAudioFrameCount)bufferSize
+                 format:(AVAudioFormat *)format
+                  block:(AVAudioNodeTapBlock)tapBlock;
+- (void)removeTapOnBus:(AVAudioNodeBus)bus;
+@end
+
+@interface AVAudioIONode : AVAudioNode
+@property(nonatomic, readonly, getter=isVoiceProcessingEnabled) BOOL voiceProcessingEnabled;
+- (BOOL)setVoiceProcessingEnabled:(BOOL)enabled error:(NSError **)outError;
+@end
+
+@interface AVAudioInputNode : AVAudioIONode
+@end
+
+@interface AVAudioEngine : NSObject
+@property(readonly) AVAudioInputNode *inputNode;
+@property(readonly, getter=isRunning) BOOL running;
+- (BOOL)startAndReturnError:(NSError **)outError;
+- (void)stop;
+@end
+
+extern NSString *const AVAudioEngineConfigurationChangeNotification;
 
 #endif
 
@@ -679,6 +792,8 @@ typedef NS_ENUM(NSInteger, AVAuthorizationStatus){
 };
 
 @interface AVCaptureDevice : NSObject
++ (AVCaptureDevice *)defaultDeviceWithMediaType:(AVMediaType)mediaType;
+@property(readonly) NSString *localizedName;
 + (AVAuthorizationStatus)authorizationStatusForMediaType:(AVMediaType)mediaType;
 + (void)requestAccessForMediaType:(AVMediaType)mediaType
                 completionHandler:(void (^)(BOOL granted))handler;
@@ -698,9 +813,47 @@ typedef NS_ENUM(NSInteger, SFSpeechRecognizerAuthorizationStatus){
     SFSpeechRecognizerAuthorizationStatusAuthorized = 3,
 };
 
+typedef NS_ENUM(NSInteger, SFSpeechRecognitionTaskHint){
+    SFSpeechRecognitionTaskHintUnspecified = 0,
+    SFSpeechRecognitionTaskHintDictation = 1,
+    SFSpeechRecognitionTaskHintSearch = 2,
+    SFSpeechRecognitionTaskHintConfirmation = 3,
+};
+
+@interface SFSpeechRecognitionRequest : NSObject
+@property(nonatomic) SFSpeechRecognitionTaskHint taskHint;
+@property(nonatomic) BOOL shouldReportPartialResults;
+@property(nonatomic) BOOL requiresOnDeviceRecognition;
+@end
+
+@interface SFSpeechAudioBufferRecognitionRequest : SFSpeechRecognitionRequest
+- (void)appendAudioPCMBuffer:(AVAudioPCMBuffer *)audioPCMBuffer;
+- (void)endAudio;
+@end
+
+@interface SFTranscription : NSObject <NSCopying>
+@property(nonatomic, readonly, copy) NSString *formattedString;
+@end
+
+@interface SFSpeechRecognitionResult : NSObject <NSCopying>
+@property(nonatomic, readonly, copy) SFTranscription *bestTranscription;
+@property(nonatomic, readonly, getter=isFinal) BOOL final;
+@end
+
+@interface SFSpeechRecognitionTask : NSObject
+- (void)cancel;
+@end
+
 @interface SFSpeechRecognizer : NSObject
 + (SFSpeechRecognizerAuthorizationStatus)authorizationStatus;
 + (void)requestAuthorization:(void (^)(SFSpeechRecognizerAuthorizationStatus status))handler;
+- (instancetype)initWithLocale:(NSLocale *)locale;
+@property(nonatomic, readonly, copy) NSLocale *locale;
+@property(nonatomic) BOOL supportsOnDeviceRecognition;
+- (SFSpeechRecognitionTask *)
+    recognitionTaskWithRequest:(SFSpeechRecognitionRequest *)request
+                 resultHandler:(void (^)(SFSpeechRecognitionResult *result,
+                                         NSError *error))resultHandler;
 @end
 
 #endif
@@ -761,5 +914,33 @@ OSStatus SecCodeCopyDesignatedRequirement(SecStaticCodeRef code, SecCSFlags flag
                                           SecRequirementRef *requirement);
 OSStatus SecRequirementCopyString(SecRequirementRef requirement, SecCSFlags flags,
                                   CFStringRef *text);
+
+#endif
+
+// ---------------------------------------------------------------------------------------------
+// Carbon: text input sources (HIToolbox) and Unicode key translation (CarbonCore).
+#if defined(SLV_WANT_CARBON) && !defined(SLV_STUB_CARBON)
+#define SLV_STUB_CARBON
+
+typedef struct __TISInputSource *TISInputSourceRef;
+extern const CFStringRef kTISPropertyUnicodeKeyLayoutData;
+TISInputSourceRef TISCopyCurrentKeyboardLayoutInputSource(void);
+void *TISGetInputSourceProperty(TISInputSourceRef inputSource, CFStringRef propertyKey);
+UInt8 LMGetKbdType(void);
+
+typedef struct UCKeyboardLayout UCKeyboardLayout;
+enum {
+  kUCKeyActionDown = 0,
+  kUCKeyActionUp = 1,
+  kUCKeyActionAutoKey = 2,
+  kUCKeyActionDisplay = 3,
+};
+enum { kUCKeyTranslateNoDeadKeysBit = 0 };
+enum { kUCKeyTranslateNoDeadKeysMask = 1UL << kUCKeyTranslateNoDeadKeysBit };
+OSStatus UCKeyTranslate(const UCKeyboardLayout *keyLayoutPtr, UInt16 virtualKeyCode,
+                        UInt16 keyAction, UInt32 modifierKeyState, UInt32 keyboardType,
+                        OptionBits keyTranslateOptions, UInt32 *deadKeyState,
+                        UniCharCount maxStringLength, UniCharCount *actualStringLength,
+                        UniChar unicodeString[]);
 
 #endif
