@@ -12,6 +12,7 @@ class FileLocations;
 class Workspace;
 class PermissionAccess;
 class Dsp;
+class KeyboardLayout;
 
 struct Services {
   MainQueue *mainQueue = nullptr;
@@ -22,9 +23,11 @@ struct Services {
   Workspace *workspace = nullptr;
   PermissionAccess *permissions = nullptr;
   const Dsp *dsp = nullptr;
+  // May stay unset (headless tools): key names then fall back to their numbers.
+  KeyboardLayout *keyboardLayout = nullptr;
 };
 
-// The installed services. Every member is set before any core code runs.
+// The installed services. Members not noted as optional are set before any core code runs.
 Services &services();
 void installServices(const Services &s);
 

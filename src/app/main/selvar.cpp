@@ -3,7 +3,10 @@
 
 #include "platform/NotificationCenter.h"
 #include "platform/Services.h"
+#include "platform/linux/GLibMainQueue.h"
+#include "platform/linux/JsonFileSettingsStore.h"
 #include "platform/linux/LinuxFileLocations.h"
+#include "platform/linux/XkbKeyboardLayout.h"
 #include "records/Log.h"
 
 #include <cstdio>
@@ -18,9 +21,16 @@ int main(int argc, char **argv) {
     }
   static LinuxFileLocations files;
   static NotificationCenter notifications;
+  static GLibMainQueue mainQueue;
+  static JsonFileSettingsStore settings(files.configDir() / JsonFileSettingsStore::kFileName);
+  static XkbKeyboardLayout keyboardLayout;
   Services s;
   s.files = &files;
   s.notifications = &notifications;
+  s.mainQueue = &mainQueue;
+  s.clock = &mainQueue;
+  s.settings = &settings;
+  s.keyboardLayout = &keyboardLayout;
   installServices(s);
   Log::install(false);
   Log::write("launch: selvar " SELVAR_VERSION);

@@ -33,6 +33,7 @@ FakeEnvironment::FakeEnvironment(WallTime wallStart)
   s.notifications = &notifications;
   s.files = &files;
   s.dsp = &dsp;
+  s.keyboardLayout = &keyboardLayout;
   installServices(s);
 }
 

@@ -6,6 +6,7 @@
 #include "platform/FileLocations.h"
 #include "platform/NotificationCenter.h"
 #include "platform/Services.h"
+#include "platform/fake/FakeKeyboardLayout.h"
 #include "platform/fake/ManualMainQueue.h"
 #include "platform/fake/MemorySettingsStore.h"
 #include "platform/fake/ReferenceDsp.h"
@@ -40,6 +41,7 @@ public:
   NotificationCenter notifications;
   TempFileLocations files;
   ReferenceDsp dsp; // a direct DFT: exact but slow
+  FakeKeyboardLayout keyboardLayout;
 
 private:
   static std::filesystem::path makeRoot();

@@ -44,6 +44,8 @@ void ManualMainQueue::setWallNow(WallTime t) {
 
 bool ManualMainQueue::popDue(double limit, Item &out) {
   std::lock_guard lock(mutex_);
+  // Dead timers go first so that runNext never moves time to work that will not run.
+  std::erase_if(items_, [](const Item &i) { return i.timer && !i.timer->isValid(); });
   auto it = std::min_element(items_.begin(), items_.end(), [](const Item &a, const Item &b) {
     return a.due != b.due ? a.due < b.due : a.seq < b.seq;
   });
