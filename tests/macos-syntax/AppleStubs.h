@@ -88,6 +88,7 @@ typedef const struct __CFNumber *CFNumberRef;
 typedef struct __CFRunLoop *CFRunLoopRef;
 typedef struct __CFRunLoopSource *CFRunLoopSourceRef;
 typedef struct __CFMachPort *CFMachPortRef;
+typedef struct __CFRunLoopTimer *CFRunLoopTimerRef;
 typedef CFStringRef CFRunLoopMode;
 
 extern const CFAllocatorRef kCFAllocatorDefault;
@@ -105,6 +106,7 @@ CFIndex CFDataGetLength(CFDataRef theData);
 CFRunLoopRef CFRunLoopGetMain(void);
 void CFRunLoopAddSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFRunLoopMode mode);
 void CFRunLoopRemoveSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFRunLoopMode mode);
+void CFRunLoopAddTimer(CFRunLoopRef rl, CFRunLoopTimerRef timer, CFRunLoopMode mode);
 CFRunLoopSourceRef CFMachPortCreateRunLoopSource(CFAllocatorRef allocator, CFMachPortRef port,
                                                  CFIndex order);
 void CFMachPortInvalidate(CFMachPortRef port);
@@ -220,6 +222,7 @@ void CGEventPost(CGEventTapLocation tap, CGEventRef event);
 + (instancetype)new;
 + (Class)class;
 - (instancetype)init;
+- (id)mutableCopy;
 @end
 
 @protocol NSCopying
@@ -292,6 +295,10 @@ enum { NSUTF8StringEncoding = 4 };
 - (ObjectType)objectForKeyedSubscript:(KeyType)key;
 @end
 
+@interface NSMutableDictionary<KeyType, ObjectType> : NSDictionary <KeyType, ObjectType>
+- (void)setObject:(ObjectType)obj forKeyedSubscript:(KeyType<NSCopying>)key;
+@end
+
 typedef NSString *NSExceptionName;
 @interface NSException : NSObject <NSCopying>
 @property(readonly, copy) NSExceptionName name;
@@ -307,6 +314,7 @@ typedef NSString *NSErrorDomain;
 
 @interface NSURL : NSObject <NSCopying>
 + (instancetype)URLWithString:(NSString *)URLString;
++ (NSURL *)fileURLWithPath:(NSString *)path;
 @property(readonly, copy) NSString *path;
 @end
 
@@ -340,6 +348,25 @@ NSString *NSTemporaryDirectory(void);
 @interface NSProcessInfo : NSObject
 @property(class, readonly, strong) NSProcessInfo *processInfo;
 @property(readonly) int processIdentifier;
+@property(readonly, copy) NSDictionary<NSString *, NSString *> *environment;
+@end
+
+@interface NSFileHandle : NSObject
+@property(class, readonly, strong) NSFileHandle *fileHandleWithNullDevice;
+- (instancetype)initWithFileDescriptor:(int)fd closeOnDealloc:(BOOL)closeopt;
+@end
+
+@interface NSTask : NSObject
+@property(copy) NSURL *executableURL;
+@property(copy) NSArray<NSString *> *arguments;
+@property(copy) NSDictionary<NSString *, NSString *> *environment;
+@property(strong) id standardInput;
+@property(strong) id standardOutput;
+@property(strong) id standardError;
+@property(readonly) int processIdentifier;
+@property(readonly, getter=isRunning) BOOL running;
+@property(readonly) int terminationStatus;
+- (BOOL)launchAndReturnError:(NSError **)error;
 @end
 
 @interface NSUserDefaults : NSObject
@@ -353,18 +380,10 @@ NSString *NSTemporaryDirectory(void);
 @property(class, readonly) BOOL isMainThread;
 @end
 
-typedef NSString *NSRunLoopMode;
-extern NSRunLoopMode const NSRunLoopCommonModes;
-
 @interface NSTimer : NSObject
 + (NSTimer *)timerWithTimeInterval:(NSTimeInterval)interval
                            repeats:(BOOL)repeats
                              block:(void (^)(NSTimer *timer))block;
-@end
-
-@interface NSRunLoop : NSObject
-@property(class, readonly, strong) NSRunLoop *mainRunLoop;
-- (void)addTimer:(NSTimer *)timer forMode:(NSRunLoopMode)mode;
 @end
 
 @interface NSOperationQueue : NSObject
@@ -774,6 +793,28 @@ typedef void (^AVAudioNodeTapBlock)(AVAudioPCMBuffer *buffer, AVAudioTime *when)
 @end
 
 extern NSString *const AVAudioEngineConfigurationChangeNotification;
+
+typedef NS_ENUM(NSInteger, AVAudioConverterInputStatus){
+    AVAudioConverterInputStatus_HaveData = 0,
+    AVAudioConverterInputStatus_NoDataNow = 1,
+    AVAudioConverterInputStatus_EndOfStream = 2,
+};
+typedef NS_ENUM(NSInteger, AVAudioConverterOutputStatus){
+    AVAudioConverterOutputStatus_HaveData = 0,
+    AVAudioConverterOutputStatus_InputRanDry = 1,
+    AVAudioConverterOutputStatus_EndOfStream = 2,
+    AVAudioConverterOutputStatus_Error = 3,
+};
+typedef AVAudioBuffer *(^AVAudioConverterInputBlock)(AVAudioPacketCount inNumberOfPackets,
+                                                     AVAudioConverterInputStatus *outStatus);
+
+@interface AVAudioConverter : NSObject
+- (instancetype)initFromFormat:(AVAudioFormat *)fromFormat toFormat:(AVAudioFormat *)toFormat;
+@property(nonatomic) BOOL downmix;
+- (AVAudioConverterOutputStatus)convertToBuffer:(AVAudioBuffer *)outputBuffer
+                                          error:(NSError **)outError
+                             withInputFromBlock:(AVAudioConverterInputBlock)inputBlock;
+@end
 
 #endif
 

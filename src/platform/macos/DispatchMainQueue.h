@@ -1,6 +1,7 @@
 #pragma once
-// The main queue over Grand Central Dispatch's main queue, with one-shot timers on the main run
-// loop in the common modes so they also fire while a menu is open.
+// The main queue over the main dispatch queue, with every delay on a main run-loop timer in the
+// common modes: those fire in order of due time (then of scheduling), also while a menu is
+// open, and without the leeway dispatch timers may take.
 
 #include "platform/MainQueue.h"
 

@@ -12,11 +12,7 @@ void DispatchMainQueue::async(std::function<void()> work) {
 }
 
 void DispatchMainQueue::asyncAfter(double seconds, std::function<void()> work) {
-  dispatch_time_t when =
-      dispatch_time(DISPATCH_TIME_NOW, static_cast<int64_t>(seconds * NSEC_PER_SEC));
-  dispatch_after(when, dispatch_get_main_queue(), ^{
-    work();
-  });
+  scheduleTimer(seconds, std::move(work));
 }
 
 TimerRef DispatchMainQueue::scheduleTimer(double seconds, std::function<void()> work) {
@@ -28,10 +24,9 @@ TimerRef DispatchMainQueue::scheduleTimer(double seconds, std::function<void()> 
                                                      timer->invalidate();
                                                      work();
                                                    }];
-  // Run loops are not thread-safe to modify from elsewhere; the timer is added on the main one.
-  dispatch_async(dispatch_get_main_queue(), ^{
-    [[NSRunLoop mainRunLoop] addTimer:runLoopTimer forMode:NSRunLoopCommonModes];
-  });
+  // Core Foundation's run loops (unlike NSRunLoop) may be given timers from any thread.
+  CFRunLoopAddTimer(CFRunLoopGetMain(), (__bridge CFRunLoopTimerRef)runLoopTimer,
+                    kCFRunLoopCommonModes);
   return timer;
 }
 
