@@ -22,12 +22,16 @@ set(SELVAR_BUNDLE_VERSION "${PROJECT_VERSION}")
 set(selvar_info_plist "${CMAKE_CURRENT_BINARY_DIR}/Selvar-Info.plist")
 configure_file("${CMAKE_CURRENT_LIST_DIR}/Info.plist.in" "${selvar_info_plist}" @ONLY)
 
-set(selvar_resources "")
+# The transcription server: its script in Resources and its modules beside it.
 set(selvar_server_script "${PROJECT_SOURCE_DIR}/tools/asr-server.py")
+file(GLOB selvar_server_modules CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tools/selvar_asr/*.py")
+set(selvar_resources "")
 if(EXISTS "${selvar_server_script}")
-  list(APPEND selvar_resources "${selvar_server_script}")
+  list(APPEND selvar_resources "${selvar_server_script}" ${selvar_server_modules})
   set_source_files_properties("${selvar_server_script}" PROPERTIES
     MACOSX_PACKAGE_LOCATION Resources)
+  set_source_files_properties(${selvar_server_modules} PROPERTIES
+    MACOSX_PACKAGE_LOCATION Resources/selvar_asr)
 else()
   message(WARNING "tools/asr-server.py is missing: Selvar.app will have no transcription server")
 endif()
