@@ -89,6 +89,8 @@ typedef struct __CFRunLoop *CFRunLoopRef;
 typedef struct __CFRunLoopSource *CFRunLoopSourceRef;
 typedef struct __CFMachPort *CFMachPortRef;
 typedef struct __CFRunLoopTimer *CFRunLoopTimerRef;
+typedef const struct __CFURL *CFURLRef;
+typedef const struct __CFDictionary *CFDictionaryRef;
 typedef CFStringRef CFRunLoopMode;
 
 extern const CFAllocatorRef kCFAllocatorDefault;
@@ -134,7 +136,15 @@ struct CGRect {
   CGSize size;
 };
 typedef struct CGRect CGRect;
+CGPoint CGPointMake(CGFloat x, CGFloat y);
 CGRect CGRectMake(CGFloat x, CGFloat y, CGFloat width, CGFloat height);
+CGFloat CGRectGetMinX(CGRect rect);
+CGFloat CGRectGetMaxX(CGRect rect);
+struct CGAffineTransform {
+  CGFloat a, b, c, d;
+  CGFloat tx, ty;
+};
+typedef struct CGAffineTransform CGAffineTransform;
 
 #endif
 
@@ -144,6 +154,62 @@ CGRect CGRectMake(CGFloat x, CGFloat y, CGFloat width, CGFloat height);
 #define SLV_STUB_COREGRAPHICS
 
 typedef struct CGColor *CGColorRef;
+typedef struct CGColorSpace *CGColorSpaceRef;
+typedef struct CGGradient *CGGradientRef;
+typedef struct CGContext *CGContextRef;
+typedef const struct CGPath *CGPathRef;
+typedef struct CGImage *CGImageRef;
+
+extern const CFStringRef kCGColorSpaceSRGB;
+CGColorSpaceRef CGColorSpaceCreateWithName(CFStringRef name);
+CGGradientRef CGGradientCreateWithColorComponents(CGColorSpaceRef space, const CGFloat *components,
+                                                  const CGFloat *locations, size_t count);
+CGPathRef CGPathCreateWithRoundedRect(CGRect rect, CGFloat cornerWidth, CGFloat cornerHeight,
+                                      const CGAffineTransform *transform);
+
+typedef CF_ENUM(int32_t, CGLineCap){
+    kCGLineCapButt,
+    kCGLineCapRound,
+    kCGLineCapSquare,
+};
+typedef CF_OPTIONS(uint32_t, CGGradientDrawingOptions){
+    kCGGradientDrawsBeforeStartLocation = (1 << 0),
+    kCGGradientDrawsAfterEndLocation = (1 << 1),
+};
+void CGContextSaveGState(CGContextRef c);
+void CGContextRestoreGState(CGContextRef c);
+void CGContextTranslateCTM(CGContextRef c, CGFloat tx, CGFloat ty);
+void CGContextScaleCTM(CGContextRef c, CGFloat sx, CGFloat sy);
+void CGContextSetLineWidth(CGContextRef c, CGFloat width);
+void CGContextSetLineCap(CGContextRef c, CGLineCap cap);
+void CGContextSetAlpha(CGContextRef c, CGFloat alpha);
+void CGContextSetRGBFillColor(CGContextRef c, CGFloat red, CGFloat green, CGFloat blue,
+                              CGFloat alpha);
+void CGContextSetRGBStrokeColor(CGContextRef c, CGFloat red, CGFloat green, CGFloat blue,
+                                CGFloat alpha);
+void CGContextAddPath(CGContextRef c, CGPathRef path);
+void CGContextMoveToPoint(CGContextRef c, CGFloat x, CGFloat y);
+void CGContextAddLineToPoint(CGContextRef c, CGFloat x, CGFloat y);
+void CGContextReplacePathWithStrokedPath(CGContextRef c);
+void CGContextClip(CGContextRef c);
+void CGContextFillPath(CGContextRef c);
+void CGContextStrokePath(CGContextRef c);
+void CGContextDrawLinearGradient(CGContextRef c, CGGradientRef gradient, CGPoint startPoint,
+                                 CGPoint endPoint, CGGradientDrawingOptions options);
+
+typedef CF_ENUM(uint32_t, CGImageAlphaInfo){
+    kCGImageAlphaNone,
+    kCGImageAlphaPremultipliedLast,
+    kCGImageAlphaPremultipliedFirst,
+};
+typedef CF_OPTIONS(uint32_t, CGBitmapInfo){
+    kCGBitmapAlphaInfoMask = 0x1F,
+    kCGBitmapByteOrder32Big = (4 << 12),
+};
+CGContextRef CGBitmapContextCreate(void *data, size_t width, size_t height,
+                                   size_t bitsPerComponent, size_t bytesPerRow,
+                                   CGColorSpaceRef space, uint32_t bitmapInfo);
+CGImageRef CGBitmapContextCreateImage(CGContextRef context);
 
 typedef struct __CGEvent *CGEventRef;
 typedef struct __CGEventSource *CGEventSourceRef;
@@ -259,6 +325,7 @@ enum { NSUTF8StringEncoding = 4 };
 @property(readonly) NSUInteger length;
 @property(readonly) const char *UTF8String;
 + (instancetype)stringWithCharacters:(const unichar *)characters length:(NSUInteger)length;
+- (NSString *)stringByAppendingPathComponent:(NSString *)str;
 - (instancetype)initWithBytes:(const void *)bytes
                        length:(NSUInteger)len
                      encoding:(NSStringEncoding)encoding;
@@ -336,11 +403,15 @@ typedef NS_OPTIONS(NSUInteger, NSSearchPathDomainMask){
                              inDomains:(NSSearchPathDomainMask)domainMask;
 @end
 
+Class NSClassFromString(NSString *aClassName);
 NSString *NSHomeDirectory(void);
 NSString *NSTemporaryDirectory(void);
 
 @interface NSBundle : NSObject
 @property(class, readonly, strong) NSBundle *mainBundle;
++ (instancetype)bundleWithPath:(NSString *)path;
+- (BOOL)loadAndReturnError:(NSError **)error;
+@property(readonly, copy) NSString *privateFrameworksPath;
 @property(readonly, copy) NSString *bundleIdentifier;
 @property(readonly, copy) NSString *resourcePath;
 @end
@@ -497,8 +568,19 @@ extern const NSFontWeight NSFontWeightSemibold;
 @end
 
 @interface NSImage : NSObject <NSCopying>
++ (instancetype)imageWithSize:(NSSize)size
+                      flipped:(BOOL)drawingHandlerShouldBeCalledWithFlippedContext
+               drawingHandler:(BOOL (^)(NSRect dstRect))drawingHandler;
+// "template" is a C++ keyword, so Objective-C++ reaches the property through its accessors.
+- (void)setTemplate:(BOOL)isTemplate;
+- (BOOL)isTemplate;
 + (instancetype)imageWithSystemSymbolName:(NSString *)name
                  accessibilityDescription:(NSString *)description;
+@end
+
+@interface NSGraphicsContext : NSObject
+@property(class, strong) NSGraphicsContext *currentContext;
+@property(readonly) CGContextRef CGContext;
 @end
 
 @interface NSEvent : NSObject <NSCopying>
@@ -681,6 +763,8 @@ typedef NS_OPTIONS(NSUInteger, NSApplicationActivationOptions){
 
 @interface NSRunningApplication : NSObject
 + (instancetype)runningApplicationWithProcessIdentifier:(pid_t)pid;
++ (NSArray<NSRunningApplication *> *)runningApplicationsWithBundleIdentifier:
+    (NSString *)bundleIdentifier;
 @property(readonly) pid_t processIdentifier;
 @property(readonly, copy) NSString *bundleIdentifier;
 @property(readonly, copy) NSString *localizedName;
@@ -983,5 +1067,40 @@ OSStatus UCKeyTranslate(const UCKeyboardLayout *keyLayoutPtr, UInt16 virtualKeyC
                         OptionBits keyTranslateOptions, UInt32 *deadKeyState,
                         UniCharCount maxStringLength, UniCharCount *actualStringLength,
                         UniChar unicodeString[]);
+
+#endif
+
+// ---------------------------------------------------------------------------------------------
+// ServiceManagement
+#if defined(SLV_WANT_SERVICEMANAGEMENT) && !defined(SLV_STUB_SERVICEMANAGEMENT)
+#define SLV_STUB_SERVICEMANAGEMENT
+
+typedef NS_ENUM(NSInteger, SMAppServiceStatus){
+    SMAppServiceStatusNotRegistered = 0,
+    SMAppServiceStatusEnabled = 1,
+    SMAppServiceStatusRequiresApproval = 2,
+    SMAppServiceStatusNotFound = 3,
+};
+
+@interface SMAppService : NSObject
+@property(class, nonatomic, readonly) SMAppService *mainAppService;
+@property(nonatomic, readonly) SMAppServiceStatus status;
+- (BOOL)registerAndReturnError:(NSError **)error;
+- (BOOL)unregisterAndReturnError:(NSError **)error;
+@end
+
+#endif
+
+// ---------------------------------------------------------------------------------------------
+// ImageIO
+#if defined(SLV_WANT_IMAGEIO) && !defined(SLV_STUB_IMAGEIO)
+#define SLV_STUB_IMAGEIO
+
+typedef struct CGImageDestination *CGImageDestinationRef;
+CGImageDestinationRef CGImageDestinationCreateWithURL(CFURLRef url, CFStringRef type, size_t count,
+                                                      CFDictionaryRef options);
+void CGImageDestinationAddImage(CGImageDestinationRef idst, CGImageRef image,
+                                CFDictionaryRef properties);
+bool CGImageDestinationFinalize(CGImageDestinationRef idst);
 
 #endif
