@@ -404,6 +404,7 @@ typedef NS_OPTIONS(NSUInteger, NSSearchPathDomainMask){
 @end
 
 Class NSClassFromString(NSString *aClassName);
+SEL NSSelectorFromString(NSString *aSelectorName);
 NSString *NSHomeDirectory(void);
 NSString *NSTemporaryDirectory(void);
 
@@ -412,6 +413,7 @@ NSString *NSTemporaryDirectory(void);
 + (instancetype)bundleWithPath:(NSString *)path;
 - (BOOL)loadAndReturnError:(NSError **)error;
 @property(readonly, copy) NSString *privateFrameworksPath;
+- (id)objectForInfoDictionaryKey:(NSString *)key;
 @property(readonly, copy) NSString *bundleIdentifier;
 @property(readonly, copy) NSString *resourcePath;
 @end
@@ -420,6 +422,7 @@ NSString *NSTemporaryDirectory(void);
 @property(class, readonly, strong) NSProcessInfo *processInfo;
 @property(readonly) int processIdentifier;
 @property(readonly, copy) NSDictionary<NSString *, NSString *> *environment;
+@property(readonly, copy) NSString *operatingSystemVersionString;
 @end
 
 @interface NSFileHandle : NSObject
@@ -587,6 +590,39 @@ extern const NSFontWeight NSFontWeightSemibold;
 @property(class, readonly) NSPoint mouseLocation;
 @end
 
+typedef NS_OPTIONS(NSUInteger, NSEventModifierFlags){
+    NSEventModifierFlagShift = 1 << 17,
+    NSEventModifierFlagControl = 1 << 18,
+    NSEventModifierFlagOption = 1 << 19,
+    NSEventModifierFlagCommand = 1 << 20,
+};
+
+@class NSMenu;
+@interface NSMenuItem : NSObject <NSCopying>
++ (NSMenuItem *)separatorItem;
+- (instancetype)initWithTitle:(NSString *)string
+                       action:(SEL)selector
+                keyEquivalent:(NSString *)charCode;
+@property(weak) id target;
+@property SEL action;
+@property NSInteger tag;
+@property(strong) id representedObject;
+@property(strong) NSMenu *submenu;
+@property NSEventModifierFlags keyEquivalentModifierMask;
+@end
+
+@protocol NSMenuDelegate <NSObject>
+@optional
+- (void)menuNeedsUpdate:(NSMenu *)menu;
+@end
+
+@interface NSMenu : NSObject <NSCopying>
+- (instancetype)initWithTitle:(NSString *)title;
+- (void)addItem:(NSMenuItem *)newItem;
+- (void)removeAllItems;
+@property(weak) id<NSMenuDelegate> delegate;
+@end
+
 @interface NSResponder : NSObject
 @property(readonly) BOOL acceptsFirstResponder;
 - (void)mouseDown:(NSEvent *)event;
@@ -646,6 +682,7 @@ typedef NS_ENUM(NSInteger, NSUserInterfaceLayoutOrientation){
 @property(readonly, strong) NSLayoutDimension *widthAnchor;
 @property(readonly, strong) NSLayoutDimension *heightAnchor;
 @property(readonly, assign) NSWindow *window;
+@property(copy) NSString *toolTip;
 - (void)addSubview:(NSView *)view;
 - (void)removeFromSuperview;
 - (void)layoutSubtreeIfNeeded;
@@ -666,6 +703,25 @@ typedef NS_ENUM(NSInteger, NSUserInterfaceLayoutOrientation){
 @interface NSImageView : NSControl
 @property(strong) NSImage *image;
 @property(copy) NSColor *contentTintColor;
+@end
+
+@interface NSButton : NSControl
+@property(strong) NSImage *image;
+@end
+
+@interface NSStatusBarButton : NSButton
+@end
+
+@class NSStatusItem;
+static const CGFloat NSVariableStatusItemLength = -1;
+@interface NSStatusBar : NSObject
+@property(class, readonly, strong) NSStatusBar *systemStatusBar;
+- (NSStatusItem *)statusItemWithLength:(CGFloat)length;
+@end
+
+@interface NSStatusItem : NSObject
+@property(readonly, strong) NSStatusBarButton *button;
+@property(strong) NSMenu *menu;
 @end
 
 @interface NSStackView : NSView
@@ -754,6 +810,11 @@ extern NSNotificationName const NSWindowDidMoveNotification;
 @property(class, readonly, strong) NSApplication *sharedApplication;
 @property(readonly, getter=isActive) BOOL active;
 @property(readonly, weak) NSWindow *keyWindow;
+@property(strong) NSMenu *mainMenu;
+- (void)activateIgnoringOtherApps:(BOOL)flag;
+- (void)orderFrontStandardAboutPanel:(id)sender;
+- (void)hide:(id)sender;
+- (void)terminate:(id)sender;
 @end
 
 typedef NS_OPTIONS(NSUInteger, NSApplicationActivationOptions){
