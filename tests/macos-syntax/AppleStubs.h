@@ -685,6 +685,7 @@ typedef NS_ENUM(NSInteger, NSUserInterfaceLayoutOrientation){
 @property(copy) NSString *toolTip;
 - (void)addSubview:(NSView *)view;
 - (void)removeFromSuperview;
+- (void)layout;
 - (void)layoutSubtreeIfNeeded;
 - (void)invalidateIntrinsicContentSize;
 - (BOOL)acceptsFirstMouse:(NSEvent *)event;

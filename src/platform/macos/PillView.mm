@@ -73,13 +73,21 @@ NSColor *outlineColor(const selvar::PillOutline &outline, NSColor *tint) {
 @implementation SLVMeterView {
   NSMutableArray<CALayer *> *_bars;
   BarGeometry _geometry;
+  HUDModel::Bands _bands;
+  double _phase;
+  NSColor *_color;
 }
 
 - (instancetype)init {
   self = [super initWithFrame:NSZeroRect];
   if (!self) return nil;
+  // A layer-hosting view: the bars are this view's own sublayers, not AppKit's.
+  self.layer = [CALayer layer];
   self.wantsLayer = YES;
   _geometry = barGeometry(selvar::HUDPreference::full);
+  _bands.fill(0);
+  _phase = 0;
+  _color = [NSColor controlAccentColor];
   _bars = [NSMutableArray array];
   for (std::size_t i = 0; i < HUDModel::kBandCount; ++i) {
     CALayer *bar = [CALayer layer];
@@ -100,19 +108,31 @@ NSColor *outlineColor(const selvar::PillOutline &outline, NSColor *tint) {
 }
 
 - (void)showBands:(const HUDModel::Bands &)bands phase:(double)phase color:(NSColor *)color {
+  _bands = bands;
+  _phase = phase;
+  _color = color;
+  [self placeBars];
+}
+
+- (void)layout {
+  [super layout];
+  [self placeBars];
+}
+
+- (void)placeBars {
   [CATransaction begin];
   [CATransaction setDisableActions:YES];
   const CGFloat minimum = _geometry.width;
   const CGFloat midY = NSMidY(self.bounds);
-  for (std::size_t i = 0; i < bands.size(); ++i) {
+  for (std::size_t i = 0; i < _bands.size(); ++i) {
     CALayer *bar = _bars[i];
-    CGFloat height = minimum + bands[i] * (_geometry.height - minimum);
+    CGFloat height = minimum + _bands[i] * (_geometry.height - minimum);
     CGFloat x = i * (_geometry.width + _geometry.gap);
     bar.frame = CGRectMake(x, midY - height / 2, _geometry.width, height);
     bar.cornerRadius = _geometry.width / 2;
     // The energy phase ripples the brightness along the bars while the voice is loud.
-    bar.opacity = static_cast<float>(0.7 + 0.3 * std::sin(phase + 0.35 * static_cast<double>(i)));
-    bar.backgroundColor = color.CGColor;
+    bar.opacity = static_cast<float>(0.7 + 0.3 * std::sin(_phase + 0.35 * static_cast<double>(i)));
+    bar.backgroundColor = _color.CGColor;
   }
   [CATransaction commit];
 }
