@@ -1,0 +1,1 @@
+"""Selvar's local, OpenAI-compatible transcription server."""

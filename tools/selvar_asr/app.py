@@ -1,0 +1,184 @@
+"""The HTTP interface: model listing, transcription and model installs."""
+
+import asyncio
+import contextlib
+import json
+import re
+import time
+
+from starlette.applications import Starlette
+from starlette.datastructures import UploadFile
+from starlette.exceptions import HTTPException
+from starlette.requests import Request
+from starlette.responses import JSONResponse, Response
+from starlette.routing import Route
+from starlette.types import ASGIApp
+
+from . import audio, backends, formats, log
+from .engine import LOADING, READY, Busy, Engine
+from .errors import ApiError, error_response, response_for
+from .guard import RequestGuard, RequestLog
+from .installer import Installer
+from .store import valid_id
+
+MAX_UPLOAD_BYTES = 25 * 1024 * 1024
+REQUEST_SECONDS = 300.0
+_LOCALE = re.compile(r"[A-Za-z]{2,3}([-_][A-Za-z0-9]{1,8})*")
+
+
+def create_app(engine: Engine, installer: Installer, *, port: int,
+               max_upload: int = MAX_UPLOAD_BYTES, request_seconds: float = REQUEST_SECONDS,
+               logger: log.Logger = log.write) -> ASGIApp:
+    async def models(request: Request) -> Response:
+        return _models(engine)
+
+    async def transcriptions(request: Request) -> Response:
+        try:
+            async with asyncio.timeout(request_seconds):
+                return await _transcribe(request, engine, logger)
+        except TimeoutError:
+            return error_response(504, f"the transcription took longer than "
+                                  f"{request_seconds:g} seconds", code="timeout")
+
+    async def install(request: Request) -> Response:
+        model_id = await _install_target(request)
+        status = (installer.status(model_id) if request.method == "GET"
+                  else installer.start(model_id))
+        return JSONResponse(status.as_json())
+
+    async def internal_error(request: Request, error: Exception) -> Response:
+        logger(f"internal error: {error!r}")
+        return error_response(500, "internal server error")
+
+    @contextlib.asynccontextmanager
+    async def lifespan(app: Starlette):
+        engine.start()
+        yield
+        engine.shutdown()
+
+    app = Starlette(
+        routes=[Route("/v1/models", models, methods=["GET"]),
+                Route("/v1/audio/transcriptions", transcriptions, methods=["POST"]),
+                Route("/v1/install", install, methods=["GET", "POST"])],
+        exception_handlers={ApiError: _api_error, HTTPException: _http_error,
+                            Exception: internal_error},
+        lifespan=lifespan)
+    return RequestLog(RequestGuard(app, port, max_upload), logger)
+
+
+def _models(engine: Engine) -> Response:
+    served = engine.served
+    if served is None:
+        message = ("the model is loading" if engine.state == LOADING else engine.problem)
+        return error_response(503, message, code="model_not_ready")
+    return JSONResponse({"object": "list", "data": [{
+        "id": served.model_id, "object": "model", "created": 0, "owned_by": "selvar",
+        "runtime": served.backend.runtime}]})
+
+
+async def _transcribe(request: Request, engine: Engine, logger: log.Logger) -> Response:
+    if engine.state != READY or engine.served is None:
+        raise ApiError(503, engine.problem or "the model is loading", code="model_not_ready")
+    async with request.form(max_files=1, max_fields=16, max_part_size=64 * 1024) as form:
+        upload = form.get("file")
+        if not isinstance(upload, UploadFile):
+            raise ApiError(400, "the request needs an audio file in the multipart field "
+                           "'file'", param="file")
+        response_format = _text(form, "response_format") or "json"
+        if response_format not in formats.FORMATS:
+            raise ApiError(400, "response_format must be one of "
+                           f"{', '.join(formats.FORMATS)}", param="response_format")
+        options = _options(form, engine)
+        data = await upload.read()
+    samples = await _decode(data)
+    request.state.audio_seconds = samples.size / audio.SAMPLE_RATE
+    if samples.size == 0:
+        transcript = backends.Transcript("", options.language or "", 0.0)
+    else:
+        transcript = await _infer(engine, samples, options, request, logger)
+    return formats.render(transcript, response_format)
+
+
+def _options(form, engine: Engine) -> backends.Options:
+    language = _language(_text(form, "language") or "")
+    languages = engine.served.backend.languages if engine.served else None
+    if language and languages is not None and language not in languages:
+        raise ApiError(400, f"unsupported language: {language}", param="language")
+    temperature = _text(form, "temperature") or "0"
+    try:
+        value = float(temperature)
+    except ValueError:
+        value = -1.0
+    if not 0.0 <= value <= 1.0:
+        raise ApiError(400, "temperature must be a number from 0 to 1", param="temperature")
+    return backends.Options(language, _text(form, "prompt") or None, value)
+
+
+def _language(value: str) -> str | None:
+    """The Whisper language code of an ISO 639 code or a locale identifier ("en", "en-US",
+    "pt_BR", "zh-Hans-CN"); none for an empty value or "auto"."""
+    value = value.strip()
+    if not value or value.lower() == "auto":
+        return None
+    if not _LOCALE.fullmatch(value):
+        raise ApiError(400, f"language must be a language code such as en: {value[:40]}",
+                       param="language")
+    return re.split(r"[-_]", value, maxsplit=1)[0].lower()
+
+
+async def _decode(data: bytes):
+    try:
+        return await asyncio.to_thread(audio.decode, data)
+    except audio.AudioTooLong as error:
+        raise ApiError(400, str(error), param="file") from error
+    except audio.AudioError as error:
+        raise ApiError(422, str(error), param="file", code="invalid_audio") from error
+
+
+async def _infer(engine: Engine, samples, options: backends.Options, request: Request,
+                 logger: log.Logger):
+    began = time.monotonic()
+    try:
+        transcript, seconds = await engine.transcribe(samples, options)
+    except Busy as error:
+        raise ApiError(503, "too many transcriptions are waiting; try again shortly",
+                       code="server_busy") from error
+    except backends.Stopped:
+        raise TimeoutError() from None
+    except Exception as error:
+        logger(f"inference failed: {error!r}")
+        request.state.inference_seconds = time.monotonic() - began
+        raise ApiError(500, f"the transcription failed ({error})",
+                       code="inference_failed") from error
+    request.state.inference_seconds = seconds
+    return transcript
+
+
+async def _install_target(request: Request) -> str:
+    if request.method == "GET":
+        model_id = request.query_params.get("model")
+    else:
+        try:
+            body = json.loads(await request.body())
+        except (ValueError, UnicodeDecodeError):
+            raise ApiError(400, "the body must be a JSON object", param="model") from None
+        model_id = body.get("model") if isinstance(body, dict) else None
+    if not valid_id(model_id):
+        raise ApiError(400, "model must be a model id such as owner/name", param="model")
+    return model_id
+
+
+def _text(form, name: str) -> str | None:
+    value = form.get(name)
+    return value if isinstance(value, str) else None
+
+
+async def _api_error(request: Request, error: Exception) -> Response:
+    return response_for(error)
+
+
+async def _http_error(request: Request, error: Exception) -> Response:
+    status = error.status_code
+    message = {404: "no such endpoint", 405: "method not allowed here",
+               413: "the upload is larger than the server accepts"}.get(status, error.detail)
+    return error_response(status, message)
