@@ -22,16 +22,22 @@ set(SELVAR_BUNDLE_VERSION "${PROJECT_VERSION}")
 set(selvar_info_plist "${CMAKE_CURRENT_BINARY_DIR}/Selvar-Info.plist")
 configure_file("${CMAKE_CURRENT_LIST_DIR}/Info.plist.in" "${selvar_info_plist}" @ONLY)
 
-# The transcription server: its script in Resources and its modules beside it.
-set(selvar_server_script "${PROJECT_SOURCE_DIR}/tools/asr-server.py")
-file(GLOB selvar_server_modules CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tools/selvar_asr/*.py")
+# The transcription server as the other platforms install it: the launcher and the setup
+# script in Resources, the server's package and the pinned requirements beside them.
+set(selvar_tools "${PROJECT_SOURCE_DIR}/tools")
+file(GLOB selvar_server_modules CONFIGURE_DEPENDS "${selvar_tools}/selvar_asr/*.py")
+file(GLOB selvar_server_requirements CONFIGURE_DEPENDS "${selvar_tools}/requirements/*.txt")
 set(selvar_resources "")
-if(EXISTS "${selvar_server_script}")
-  list(APPEND selvar_resources "${selvar_server_script}" ${selvar_server_modules})
-  set_source_files_properties("${selvar_server_script}" PROPERTIES
+if(EXISTS "${selvar_tools}/asr-server.py")
+  set(selvar_server_scripts "${selvar_tools}/asr-server.py" "${selvar_tools}/setup-asr.sh")
+  list(APPEND selvar_resources ${selvar_server_scripts} ${selvar_server_modules}
+    ${selvar_server_requirements})
+  set_source_files_properties(${selvar_server_scripts} PROPERTIES
     MACOSX_PACKAGE_LOCATION Resources)
   set_source_files_properties(${selvar_server_modules} PROPERTIES
     MACOSX_PACKAGE_LOCATION Resources/selvar_asr)
+  set_source_files_properties(${selvar_server_requirements} PROPERTIES
+    MACOSX_PACKAGE_LOCATION Resources/requirements)
 else()
   message(WARNING "tools/asr-server.py is missing: Selvar.app will have no transcription server")
 endif()
