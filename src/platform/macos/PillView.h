@@ -1,6 +1,6 @@
 #pragma once
-// The pill's content: state symbol, state text, a second line (the question, or the hint) and
-// the bar meter, all redrawn from the HUD model when it announces a change.
+// The pill's content: state symbol, state text, the hint line while recording, the question,
+// and the bar meter, all redrawn from the HUD model when it announces a change.
 
 #include "hud/HUDModel.h"
 

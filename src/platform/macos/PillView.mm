@@ -14,7 +14,7 @@ struct BarGeometry {
 };
 
 BarGeometry barGeometry(selvar::HUDPreference style) {
-  return style == selvar::HUDPreference::mini ? BarGeometry{2, 1.5, 16} : BarGeometry{3, 2, 24};
+  return style == selvar::HUDPreference::mini ? BarGeometry{2, 1.5, 18} : BarGeometry{3, 2, 30};
 }
 
 NSColor *tintColor(selvar::HUDTint tint) {
@@ -143,7 +143,8 @@ NSColor *outlineColor(const selvar::PillOutline &outline, NSColor *tint) {
   selvar::HUDModel *_model;
   NSImageView *_symbol;
   NSTextField *_stateLabel;
-  NSTextField *_detailLabel;
+  NSTextField *_hintLabel;
+  NSTextField *_questionLabel;
   SLVMeterView *_meter;
   NSStackView *_row;
   NSColor *_meterColor;
@@ -157,11 +158,12 @@ NSColor *outlineColor(const selvar::PillOutline &outline, NSColor *tint) {
   self.layer.masksToBounds = YES;
   _symbol = [[NSImageView alloc] init];
   _stateLabel = [NSTextField labelWithString:@""];
-  _detailLabel = [NSTextField labelWithString:@""];
-  _detailLabel.textColor = [NSColor secondaryLabelColor];
+  _hintLabel = [NSTextField labelWithString:@""];
+  _hintLabel.textColor = [NSColor secondaryLabelColor];
+  _questionLabel = [NSTextField labelWithString:@""];
   _meter = [[SLVMeterView alloc] init];
 
-  NSStackView *text = [NSStackView stackViewWithViews:@[ _stateLabel, _detailLabel ]];
+  NSStackView *text = [NSStackView stackViewWithViews:@[ _stateLabel, _hintLabel, _questionLabel ]];
   text.orientation = NSUserInterfaceLayoutOrientationVertical;
   text.alignment = NSLayoutAttributeLeading;
   text.spacing = 1;
@@ -211,11 +213,15 @@ NSColor *outlineColor(const selvar::PillOutline &outline, NSColor *tint) {
 
   _stateLabel.stringValue = selvar::nsString(model.state());
   _stateLabel.font = [NSFont systemFontOfSize:mini ? 11 : 13 weight:NSFontWeightSemibold];
-  // The question always shows; the hint only on the full pill.
-  std::string detail = model.question() ? *model.question() : (mini ? "" : model.hint());
-  _detailLabel.stringValue = selvar::nsString(detail);
-  _detailLabel.font = [NSFont systemFontOfSize:mini ? 10 : 11];
-  _detailLabel.hidden = detail.empty();
+  // The hint (how to stop) belongs to a recording, and to the full pill only.
+  const bool hint = !mini && look.kind == selvar::HUDStateKind::listening;
+  _hintLabel.stringValue = hint ? selvar::nsString(model.hint()) : @"";
+  _hintLabel.font = [NSFont systemFontOfSize:11];
+  _hintLabel.hidden = !hint;
+  const auto &question = model.question();
+  _questionLabel.stringValue = question ? selvar::nsString(*question) : @"";
+  _questionLabel.font = [NSFont systemFontOfSize:12 weight:NSFontWeightSemibold];
+  _questionLabel.hidden = !question;
 
   [_meter setStyle:model.style()];
   _meterColor = meterColor(selvar::Prefs::theme());
