@@ -3,6 +3,7 @@
 // trigger or the timer lets it through.
 
 #include "dictation/DictationController.h"
+#include "hotkeys/HotkeyHandler.h"
 #include "hotkeys/KeyChoices.h"
 #include "platform/Services.h"
 #include "records/Log.h"
@@ -60,6 +61,7 @@ void DictationController::armCancelWindow() {
                               cancelArmed_ = false;
                               if (state() == State::transcribing)
                                 hud_->show("Transcribing", std::nullopt);
+                              hotkeys_->updateSwallowedKeys();
                             }));
 }
 
@@ -104,6 +106,7 @@ void DictationController::flushPendingInsert() {
   hidePill();
   Log::write("cancel window closed: keeping the utterance");
   delivery();
+  hotkeys_->updateSwallowedKeys();
 }
 
 void DictationController::continueRecording() {

@@ -6,6 +6,7 @@
 #include "dictation/DictationController.h"
 #include "dictation/TranscriptJoin.h"
 #include "dictation/TranscriptResolver.h"
+#include "hotkeys/HotkeyHandler.h"
 #include "hud/SpectrumAnalyzer.h"
 #include "platform/Services.h"
 #include "records/Diagnostics.h"
@@ -75,6 +76,11 @@ void DictationController::teardownCapture() {
 void DictationController::commit(const std::string &text, int gen, const std::string &reason,
                                  const std::optional<DictationError> &error) {
   if (gen != generation_) return;
+  // Whichever way the commit ends, the keys it claimed for the recording are given back.
+  struct ClaimedKeys {
+    HotkeyHandler &hotkeys;
+    ~ClaimedKeys() { hotkeys.updateSwallowedKeys(); }
+  } claimedKeys{*hotkeys_};
   // From here on every other callback of this utterance is stale.
   generation_ = nextGeneration(generation_);
   bool wasArmed = cancelArmed_;

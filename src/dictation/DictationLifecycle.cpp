@@ -224,6 +224,7 @@ void DictationController::enterListening(int gen) {
   hud_->show("Listening", std::nullopt);
   observeConfigChanges(gen);
   armAutoStop();
+  hotkeys_->updateSwallowedKeys();
 }
 
 void DictationController::abort(int gen, const std::string &message) {
@@ -257,6 +258,7 @@ void DictationController::abort(int gen, const std::string &message) {
   Log::write("capture aborted: " + message);
   Diagnostics::event("capture.aborted", {{"message", message}});
   flash(message);
+  hotkeys_->updateSwallowedKeys();
 }
 
 void DictationController::flash(const std::string &message) {

@@ -65,6 +65,7 @@ void HotkeyHandler::installHotkey() {
   }
   loggedAccessibilityWait_ = false;
   Log::write("hotkey installed trigger=" + std::string(rawValue(TriggerStore::current())));
+  updateSwallowedKeys();
 }
 
 void HotkeyHandler::scheduleRecheck() {
@@ -148,12 +149,16 @@ bool HotkeyHandler::dictating() const {
 bool HotkeyHandler::handleKeyDown(const KeyEvent &event) {
   auto act = [this](void (HotkeyHandler::*action)()) {
     services().mainQueue->async([this, action, life = std::weak_ptr<int>(lifetime_)] {
-      if (!life.expired()) (this->*action)();
+      if (life.expired()) return;
+      (this->*action)();
+      updateSwallowedKeys();
     });
   };
   auto onController = [this](void (DictationController::*action)()) {
     services().mainQueue->async([this, action, life = std::weak_ptr<int>(lifetime_)] {
-      if (!life.expired()) (controller_.*action)();
+      if (life.expired()) return;
+      (controller_.*action)();
+      updateSwallowedKeys();
     });
   };
   if (dictating() && matches(CancelKeyStore::current(), event.keyCode, event.flags)) {
@@ -180,6 +185,35 @@ bool HotkeyHandler::handleKeyDown(const KeyEvent &event) {
     return true;
   }
   return false;
+}
+
+// Mirrors handleKeyDown: the cancel key while dictating (when it is kept from the application),
+// Return while the confirmation is open, and the chords that are always consumed.
+std::vector<SwallowedKey> HotkeyHandler::swallowedKeys() const {
+  std::vector<SwallowedKey> keys;
+  if (dictating() && Prefs::swallowEscapeWhileDictating()) {
+    const CancelKey cancel = CancelKeyStore::current();
+    keys.push_back({keyCode(cancel), requiredModifier(cancel), false});
+  }
+  if (controller_.confirmationOpen()) {
+    keys.push_back({VirtualKey::returnKey, 0, false});
+    keys.push_back({VirtualKey::keypadEnter, 0, false});
+  }
+  auto chord = [&keys](const std::optional<KeyBinding> &binding) {
+    if (binding)
+      keys.push_back({binding->keyCode, binding->modifiers & ModifierFlag::chordMask, true});
+  };
+  if (auto custom = Prefs::binding(PrefKey::customPasteKey))
+    chord(custom);
+  else if (auto bits = modifierBits(PasteShortcutStore::current()))
+    keys.push_back({VirtualKey::v, *bits, true});
+  chord(Prefs::binding(PrefKey::customTriggerKey));
+  chord(Prefs::binding(PrefKey::customFeedbackKey));
+  return keys;
+}
+
+void HotkeyHandler::updateSwallowedKeys() {
+  if (services().keyboardTap && tap().isInstalled()) tap().setSwallowedKeys(swallowedKeys());
 }
 
 } // namespace selvar

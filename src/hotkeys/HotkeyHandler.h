@@ -7,6 +7,7 @@
 #include "platform/KeyboardTap.h"
 
 #include <memory>
+#include <vector>
 
 namespace selvar {
 
@@ -27,6 +28,10 @@ public:
   bool handle(const KeyEvent &event);
   void handleFlagsChanged(const KeyEvent &event);
   bool handleKeyDown(const KeyEvent &event);
+  // The key-downs handleKeyDown would swallow right now, for taps that must claim them before
+  // they are pressed; called whenever the answer may have changed.
+  std::vector<SwallowedKey> swallowedKeys() const;
+  void updateSwallowedKeys();
 
 private:
   void installHotkey();

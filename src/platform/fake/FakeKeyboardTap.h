@@ -20,6 +20,7 @@ public:
   bool isInstalled() const override { return static_cast<bool>(handler_); }
   void reenable() override { ++reenables; }
   bool isKeyDown(int keyCode) const override { return keysDown.contains(keyCode); }
+  void setSwallowedKeys(std::vector<SwallowedKey> keys) override { claimed = std::move(keys); }
 
   // Passes the event to the handler; true when it was swallowed. Without a tap nothing sees it.
   bool send(const KeyEvent &event) { return handler_ ? handler_(event) : false; }
@@ -34,6 +35,8 @@ public:
   int installs = 0;
   int reenables = 0;
   std::set<int> keysDown;
+  // The keys claimed in advance, as an observing tap would grab them.
+  std::vector<SwallowedKey> claimed;
 
 private:
   Handler handler_;
