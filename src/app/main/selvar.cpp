@@ -66,7 +66,7 @@ int main(int argc, char **argv) {
   s.dsp = &dsp;
   installServices(s);
   // No on-device recognizer or system language model on Linux desktops.
-  setPlatformCapabilities({false, false});
+  setPlatformCapabilities({false, false, "Linux"});
 
   static XdgAutostartLoginItem loginItem(XdgAutostartLoginItem::defaultAutostartDir(),
                                          ownExecutable(argv[0]));
