@@ -28,6 +28,13 @@ public:
   virtual int ownProcessId() const = 0;
   // Brings the application forward; false when it could not be asked to.
   virtual bool activate(int pid) = 0;
+  // Brings the application forward over every other one (focus restoration before a paste).
+  virtual bool activateIgnoringOtherApps(int pid) { return activate(pid); }
+  // Whether this process is the active application.
+  virtual bool isOwnApplicationActive() const {
+    auto front = frontmostApplication();
+    return front && front->pid == ownProcessId();
+  }
   // Whether this process currently has a key (focused) window of its own.
   virtual bool ownsKeyWindow() const = 0;
   // Called on the main thread whenever another application becomes frontmost.

@@ -1,0 +1,17 @@
+#pragma once
+// Synthetic keystrokes posted into the session as if typed (the paste chord).
+
+#include <cstdint>
+
+namespace selvar {
+
+class KeySynthesizer {
+public:
+  virtual ~KeySynthesizer() = default;
+  // Creates the key-down and key-up events for keyCode with the modifier flags, posts the
+  // down, holds for holdSeconds (blocking the caller) and posts the up. False, with nothing
+  // posted, when either event cannot be created.
+  virtual bool postKeystroke(int keyCode, std::uint64_t flags, double holdSeconds) = 0;
+};
+
+} // namespace selvar
