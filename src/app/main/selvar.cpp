@@ -14,6 +14,8 @@
 #include "platform/linux/LinuxAppHost.h"
 #include "platform/linux/LinuxFileLocations.h"
 #include "platform/linux/LockFileSingleInstance.h"
+#include "platform/linux/PosixProcessRunner.h"
+#include "platform/linux/SoxrAudioConverter.h"
 #include "platform/linux/XdgAutostartLoginItem.h"
 #include "platform/linux/XkbKeyboardLayout.h"
 #include "records/Log.h"
@@ -56,6 +58,8 @@ int main(int argc, char **argv) {
   static JsonFileSettingsStore settings(files.configDir() / JsonFileSettingsStore::kFileName);
   static XkbKeyboardLayout keyboardLayout;
   static KissDsp dsp;
+  static PosixProcessRunner processes;
+  static SoxrAudioConverterFactory audioConverters;
   Services s;
   s.files = &files;
   s.notifications = &notifications;
@@ -64,9 +68,11 @@ int main(int argc, char **argv) {
   s.settings = &settings;
   s.keyboardLayout = &keyboardLayout;
   s.dsp = &dsp;
+  s.processes = &processes;
+  s.audioConverters = &audioConverters;
   installServices(s);
   // No on-device recognizer or system language model on Linux desktops.
-  setPlatformCapabilities({false, false});
+  setPlatformCapabilities({false, false, "Linux"});
 
   static XdgAutostartLoginItem loginItem(XdgAutostartLoginItem::defaultAutostartDir(),
                                          ownExecutable(argv[0]));
