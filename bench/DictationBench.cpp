@@ -4,8 +4,10 @@
 // commit of a finished 300-character utterance: resolve, clean up, history, delivery.
 
 #include "dictation/DictationController.h"
+#include "dictation/LocalServerBridge.h"
 #include "platform/fake/FakeEnvironment.h"
 #include "platform/fake/FakeHudPanel.h"
+#include "platform/linux/SoxrAudioConverter.h"
 #include "records/Diagnostics.h"
 
 #include <benchmark/benchmark.h>
@@ -52,11 +54,12 @@ AudioBuffer voiceBuffer() {
 struct Bench {
   explicit Bench(bool serverPath) {
     services().dsp = &platformDsp();
+    services().audioConverters = &soxr;
     screens.main = Rect{{0, 0}, {1440, 900}};
     screens.frames = {*screens.main};
     if (serverPath)
       env.settings.setValue(PrefKey::dictationEngine, std::string("server-transcription"));
-    DictationNeighbours n{&servers, &feedback, &panel, &screens, nullptr};
+    DictationNeighbours n{&servers, &feedback, &panel, &screens, makeWavRecording};
     controller = std::make_unique<DictationController>(std::move(n));
   }
   ~Bench() {
@@ -64,6 +67,7 @@ struct Bench {
     Diagnostics::flush();
   }
   FakeEnvironment env;
+  SoxrAudioConverterFactory soxr;
   FakeHudPanel panel;
   FakeScreens screens;
   SilentServers servers;
@@ -91,7 +95,11 @@ void audioThreadPerBuffer(benchmark::State &state, bool serverPath) {
 void BM_AudioThreadPerBuffer_OnDevice(benchmark::State &state) {
   audioThreadPerBuffer(state, false);
 }
+void BM_AudioThreadPerBuffer_ServerPath(benchmark::State &state) {
+  audioThreadPerBuffer(state, true);
+}
 BENCHMARK(BM_AudioThreadPerBuffer_OnDevice)->Repetitions(5)->ReportAggregatesOnly(true);
+BENCHMARK(BM_AudioThreadPerBuffer_ServerPath)->Repetitions(5)->ReportAggregatesOnly(true);
 
 std::string threeHundredCharacters() {
   std::string text;
