@@ -42,6 +42,7 @@ HUD::HUD(HudPanel &panel, const Screens &screens, Hooks hooks)
 HUD::~HUD() {
   services().notifications->removeObserver(styleObserver_);
   panel_.setEventHandlers({});
+  panel_.unhost();
 }
 
 void HUD::wireEvents() {

@@ -25,8 +25,10 @@ public:
 
   virtual ~HudPanel() = default;
 
-  // Draws the pill from the model and redraws on its changes for the panel's whole life.
+  // Draws the pill from the model and redraws on its changes until unhosted.
   virtual void host(HUDModel &model) = 0;
+  // The hosted model is going away: stop observing and drawing it.
+  virtual void unhost() {}
   virtual void setEventHandlers(Events events) = 0;
 
   virtual Rect frame() const = 0;

@@ -9,7 +9,7 @@
 # --desktop-only checks the virtual desktop alone (keys, clipboard, microphone, server).
 # Environment: SELVAR_BUILD_DIR (default build), SELVAR_E2E_ARTIFACTS (screenshots and logs,
 # default <build>/e2e-artifacts), SELVAR_ASR_PYTHON, SELVAR_ASR_TOOLS, SELVAR_E2E_KEEP=1 keeps
-# the temp folder.
+# the temp folder, SELVAR_E2E_HOLD=<seconds> keeps a failed run's desktop up for a look.
 set -euo pipefail
 
 E2E_DIR=$(cd "$(dirname "$0")" && pwd)
@@ -48,8 +48,13 @@ T=$(mktemp -d "${TMPDIR:-/tmp}/selvar-e2e.XXXXXX")
 mkdir -p "$artifacts"
 finish() {
   local status=$?
+  if [ $status -ne 0 ] && [ -n "${SELVAR_E2E_HOLD:-}" ]; then
+    echo "e2e: holding the desktop for ${SELVAR_E2E_HOLD}s: DISPLAY=$DISPLAY T=$T"
+    sleep "$SELVAR_E2E_HOLD"
+  fi
   stop_all
   cp "$T"/*.log "$artifacts/" 2>/dev/null || true
+  rm -rf "$artifacts/selvar-logs"
   [ -d "$T/selvar-home/logs" ] && cp -r "$T/selvar-home/logs" "$artifacts/selvar-logs" 2>/dev/null
   if [ "${SELVAR_E2E_KEEP:-}" = 1 ]; then echo "e2e: kept $T"; else rm -rf "$T"; fi
   if [ $status -eq 0 ]; then echo "e2e: passed"; else echo "e2e: failed (artefacts in $artifacts)"; fi

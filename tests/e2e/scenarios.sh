@@ -62,7 +62,11 @@ settings_for() { # trigger mode
 start_selvar() {
   local mode=$1
   write_settings "$(settings_for "$mode")"
-  spawn selvar "$BUILD/src/selvar"
+  if [ -n "${SELVAR_E2E_GDB:-}" ]; then
+    spawn selvar gdb -batch -ex 'handle SIGTERM nostop pass noprint' -ex run -ex 'thread apply all bt' --args "$BUILD/src/selvar"
+  else
+    spawn selvar "$BUILD/src/selvar"
+  fi
   wait_for 60 "Selvar to be ready" logged 'Z ready$'
   wait_for 20 "the hotkey" logged 'hotkey installed'
   alive "$PID_selvar" || e2e_fail "Selvar exited at start"
@@ -73,11 +77,31 @@ stop_selvar() {
   stop_pid "$PID_selvar"
 }
 
-key() { "$SYSTEM_PYTHON" "$E2E_DIR/xkey.py" "$1" "$2"; }
-now_s() { "$SYSTEM_PYTHON" -c 'import time; print(f"{time.time():.3f}")'; }
+key() { "$SYSTEM_PYTHON" "$E2E_DIR/xkey.py" "$1" "$2" >/dev/null; }
+# key_time up|down CODE: presses or releases, and prints when the server had the key.
+key_time() { "$SYSTEM_PYTHON" "$E2E_DIR/xkey.py" "$1" "$2"; }
 
-# The pill is up: a mapped window of Selvar's titled "Selvar" that is not the text window.
-pill_visible() { logged 'hud shown at'; }
+# The pill is up: Selvar's window titled "Selvar" is mapped.
+pill_window() { xdotool search --onlyvisible --name '^Selvar$' | head -n1; }
+pill_visible() { [ -n "$(pill_window)" ]; }
+
+# The pill sits where Selvar says it put it: its log gives the origin in bottom-left screen
+# points, X gives the window's top-left corner; the screen is 800 high.
+check_pill_place() {
+  local line x y w h geometry
+  line=$(grep -o 'hud shown at [0-9-]*,[0-9-]* size=[0-9]*x[0-9]*' "$SELVAR_HOME/logs/selvar.log" | tail -n1)
+  read -r x y w h <<<"$(echo "$line" | sed -E 's/hud shown at ([0-9-]+),([0-9-]+) size=([0-9]+)x([0-9]+)/\1 \2 \3 \4/')"
+  geometry=$(xdotool getwindowgeometry --shell "$(pill_window)")
+  local gx gy gw gh
+  gx=$(echo "$geometry" | sed -n 's/^X=//p')
+  gy=$(echo "$geometry" | sed -n 's/^Y=//p')
+  gw=$(echo "$geometry" | sed -n 's/^WIDTH=//p')
+  gh=$(echo "$geometry" | sed -n 's/^HEIGHT=//p')
+  e2e_say "pill: logged at $x,$y ${w}x$h; X window at $gx,$gy ${gw}x$gh"
+  [ "$gw" = "$w" ] && [ "$gh" = "$h" ] && [ $((gx - x)) -le 1 ] && [ $((x - gx)) -le 1 ] &&
+    [ $((800 - gy - gh - y)) -le 1 ] && [ $((y - (800 - gy - gh))) -le 1 ] ||
+    e2e_fail "the pill is not where Selvar placed it"
+}
 
 # Hold the trigger, speak, release: the sentence must arrive in the text window.
 scenario_hold() {
@@ -89,10 +113,11 @@ scenario_hold() {
   wait_for 10 "the pill to show the recording" pill_visible
   sleep 0.3
   screenshot "$artifacts/pill-listening.png"
+  check_pill_place
+  [ "$(xdotool getactivewindow)" = "$TEXT_WINDOW" ] || e2e_fail "the pill took the focus"
   play_speech "$T/hold.wav"
   sleep 0.3
-  key up $RIGHT_ALT
-  RELEASED_AT=$(now_s)
+  RELEASED_AT=$(key_time up $RIGHT_ALT)
   wait_for 180 "the dictated text in the text window" test -s "$T/typed.txt"
   sleep 0.5 # let a paste that arrives in pieces settle
   local text rate
@@ -100,7 +125,8 @@ scenario_hold() {
   rate=$(wer "$SENTENCE" "$text")
   e2e_say "hold: the window received \"$text\" (WER $rate)"
   below 0.2 "$rate" || e2e_fail "hold: the text that arrived is too far from what was said"
-  wait_for 5 "the clipboard to be restored" clipboard_is "$PREVIOUS_CLIPBOARD"
+  wait_for 5 "the clipboard to be restored" clipboard_is "$PREVIOUS_CLIPBOARD" ||
+    e2e_fail "the clipboard holds \"$(clipboard_text)\" with targets: $(clipboard_targets | tr '\n' ' ')"
   check_records
   measure_latency "$text"
 }

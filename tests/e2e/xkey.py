@@ -3,10 +3,13 @@
 modifiers added, unlike xdotool's key names):
 
     xkey.py down 108 | up 108 | tap 9
+
+Prints the time (Unix seconds) at which the server had processed the key.
 """
 import ctypes
 import ctypes.util
 import sys
+import time
 
 
 def main() -> int:
@@ -31,6 +34,8 @@ def main() -> int:
     if sys.argv[1] in ("up", "tap"):
         xtst.XTestFakeKeyEvent(display, code, 0, 0)
     x11.XSync(display, 0)
+    # When the server had the event: the start of any latency measured from this key.
+    print(f"{time.time():.6f}")
     x11.XCloseDisplay(display)
     return 0
 

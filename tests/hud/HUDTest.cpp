@@ -168,6 +168,16 @@ TEST_F(HUDTest, HideRecordsAndReturnsTheModelToSilence) {
   EXPECT_EQ(records[1].fields, nlohmann::json::object());
 }
 
+// The panel outlives the HUD (it belongs to the platform); it must not keep drawing a model
+// that is gone.
+TEST_F(HUDTest, ThePanelLetsGoOfTheModelWhenTheHUDGoes) {
+  hud().show("Listening");
+  EXPECT_EQ(panel.hosted, &hud().model());
+  hud_.reset();
+  EXPECT_EQ(panel.hosted, nullptr);
+  EXPECT_FALSE(panel.events.mouseDown);
+}
+
 TEST(HudPlacement, APanelWiderThanTheRoomKeepsItsRightAndTopEdgesInside) {
   const Rect small{{0, 0}, {200, 100}};
   EXPECT_EQ(HudPlacement::clampOrigin({50, 50}, {220, 48}, small), (Point{200 - 220 - 8, 44}));

@@ -8,10 +8,12 @@
 #include "platform/Services.h"
 #include "platform/ShellServices.h"
 #include "platform/linux/CairoIconRenderer.h"
+#include "platform/linux/DisplaySession.h"
 #include "platform/linux/GLibMainQueue.h"
 #include "platform/linux/JsonFileSettingsStore.h"
 #include "platform/linux/KissDsp.h"
 #include "platform/linux/LinuxAppHost.h"
+#include "platform/linux/LinuxDesktop.h"
 #include "platform/linux/LinuxFileLocations.h"
 #include "platform/linux/LockFileSingleInstance.h"
 #include "platform/linux/PosixProcessRunner.h"
@@ -22,10 +24,14 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <glib-unix.h>
 #include <glib.h>
+#include <gtk/gtk.h>
 
 namespace {
+
+using namespace selvar;
 
 std::filesystem::path ownExecutable(const char *argv0) {
   std::error_code ec;
@@ -34,24 +40,22 @@ std::filesystem::path ownExecutable(const char *argv0) {
 }
 
 gboolean onQuitSignal(gpointer host) {
-  static_cast<selvar::AppHost *>(host)->terminate();
+  static_cast<AppHost *>(host)->terminate();
   return G_SOURCE_CONTINUE;
 }
 
-} // namespace
+// Global keys, paste and the focus anchor need X11; on Wayland GTK is pointed at XWayland.
+bool openDisplay(int &argc, char **&argv) {
+  if (DisplaySession::current() == DisplaySessionKind::wayland && DisplaySession::hasX11Display())
+    setenv("GDK_BACKEND", "x11", 0);
+  if (gtk_init_check(&argc, &argv)) return true;
+  std::fputs("selvar: cannot open an X11 display (DISPLAY is not set or unreachable).\n"
+             "Selvar needs an X11 desktop; scripts/demo-headless.sh runs without one.\n",
+             stderr);
+  return false;
+}
 
-int main(int argc, char **argv) {
-  using namespace selvar;
-  auto options = CommandLineOptions::parse(std::vector<std::string>(argv, argv + argc));
-  if (options.help) {
-    std::fputs(CommandLineOptions::helpText().c_str(), stdout);
-    return 0;
-  }
-  if (options.version) {
-    std::printf("selvar %s\n", SELVAR_VERSION);
-    return 0;
-  }
-
+void installCoreServices(LinuxDesktop &desktop) {
   static LinuxFileLocations files;
   static NotificationCenter notifications;
   static GLibMainQueue mainQueue;
@@ -59,7 +63,7 @@ int main(int argc, char **argv) {
   static XkbKeyboardLayout keyboardLayout;
   static KissDsp dsp;
   static PosixProcessRunner processes;
-  static SoxrAudioConverterFactory audioConverters;
+  static SoxrAudioConverterFactory converters;
   Services s;
   s.files = &files;
   s.notifications = &notifications;
@@ -69,11 +73,29 @@ int main(int argc, char **argv) {
   s.keyboardLayout = &keyboardLayout;
   s.dsp = &dsp;
   s.processes = &processes;
-  s.audioConverters = &audioConverters;
+  s.audioConverters = &converters;
+  desktop.install(s);
   installServices(s);
   // No on-device recognizer or system language model on Linux desktops.
   setPlatformCapabilities({false, false, "Linux"});
+}
 
+} // namespace
+
+int main(int argc, char **argv) {
+  auto options = CommandLineOptions::parse(std::vector<std::string>(argv, argv + argc));
+  if (options.help) {
+    std::fputs(CommandLineOptions::helpText().c_str(), stdout);
+    return 0;
+  }
+  if (options.version) {
+    std::printf("selvar %s\n", SELVAR_VERSION);
+    return 0;
+  }
+  if (!openDisplay(argc, argv)) return 1;
+
+  LinuxDesktop desktop;
+  installCoreServices(desktop);
   static XdgAutostartLoginItem loginItem(XdgAutostartLoginItem::defaultAutostartDir(),
                                          ownExecutable(argv[0]));
   installShellServices({&loginItem, nullptr});
@@ -85,13 +107,21 @@ int main(int argc, char **argv) {
   LiveSubsystems::Parts parts;
   parts.iconRenderer = &icons;
   parts.redirectStandardError = false;
+  parts.makeController = [&desktop] { return desktop.makeController(); };
+  parts.makeHUD = [&desktop] { return desktop.makeHUD(); };
+  parts.openSettings = [&desktop](bool expanded) { desktop.openSettings(expanded); };
   LiveSubsystems subsystems(std::move(parts));
   AppDelegate delegate(host, subsystems, instance, std::move(options));
 
   g_unix_signal_add(SIGINT, onQuitSignal, &host);
   g_unix_signal_add(SIGTERM, onQuitSignal, &host);
   g_unix_signal_add(SIGHUP, onQuitSignal, &host);
-  mainQueue.async([&delegate] { delegate.applicationDidFinishLaunching(); });
+  services().mainQueue->async([&] {
+    delegate.applicationDidFinishLaunching();
+    if (!delegate.isRunning()) return;
+    desktop.showTray(host, icons);
+    desktop.announceSession(delegate.controller());
+  });
   g_main_loop_run(loop);
   delegate.applicationWillTerminate();
   Log::flush();

@@ -14,6 +14,7 @@ namespace selvar {
 class FakeHudPanel : public HudPanel {
 public:
   void host(HUDModel &model) override { hosted = &model; }
+  void unhost() override { hosted = nullptr; }
   void setEventHandlers(Events e) override { events = std::move(e); }
   Rect frame() const override { return frame_; }
   void setFrame(Rect frame) override;

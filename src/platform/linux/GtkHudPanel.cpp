@@ -24,8 +24,14 @@ GtkHudPanel::GtkHudPanel(const GdkScreens &screens) : screens_(screens) {
 }
 
 GtkHudPanel::~GtkHudPanel() {
-  if (model_) model_->unsubscribe(subscription_);
+  unhost();
   gtk_widget_destroy(window_);
+}
+
+void GtkHudPanel::unhost() {
+  if (model_) model_->unsubscribe(subscription_);
+  model_ = nullptr;
+  gtk_widget_hide(window_);
 }
 
 // Everything that keeps the pill out of the user's way: no frame, no taskbar entry, above
@@ -58,7 +64,7 @@ void GtkHudPanel::connectSignals() {
 }
 
 void GtkHudPanel::host(HUDModel &model) {
-  if (model_) model_->unsubscribe(subscription_);
+  unhost();
   model_ = &model;
   subscription_ = model.subscribe([this](HUDModel::Field) { gtk_widget_queue_draw(area_); });
   gtk_widget_queue_draw(area_);

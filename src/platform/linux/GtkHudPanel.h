@@ -20,6 +20,7 @@ public:
   GtkHudPanel &operator=(const GtkHudPanel &) = delete;
 
   void host(HUDModel &model) override;
+  void unhost() override;
   void setEventHandlers(Events events) override { events_ = std::move(events); }
   Rect frame() const override { return frame_; }
   void setFrame(Rect frame) override;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <gdk/gdkx.h>
 #include <string_view>
 
 namespace selvar {
@@ -54,10 +53,11 @@ void release(GtkClipboard *, gpointer data) {
 
 X11Clipboard::X11Clipboard() : clipboard_(gtk_clipboard_get(GDK_SELECTION_CLIPBOARD)) {}
 
+// The server's word, not GTK's: GTK learns of losing the clipboard only when its main loop
+// gets round to it.
 bool X11Clipboard::ownedHere() const {
   const Window owner = reader_.owner("CLIPBOARD");
-  return owner != None &&
-         gdk_x11_window_lookup_for_display(gdk_display_get_default(), owner) != nullptr;
+  return owner != None && owner == ownWindow_;
 }
 
 // Every target the owner answers with bytes, in the owner's order.
@@ -81,8 +81,10 @@ void X11Clipboard::own(PasteboardItem item) {
   std::vector<GtkTargetEntry> targets; // GTK copies the entries
   for (std::size_t i = 0; i < served->representations.size(); ++i)
     targets.push_back({const_cast<char *>(served->representations[i].first.c_str()), 0, guint(i)});
-  if (!gtk_clipboard_set_with_data(clipboard_, targets.data(), guint(targets.size()), serve,
-                                   release, served))
+  if (gtk_clipboard_set_with_data(clipboard_, targets.data(), guint(targets.size()), serve, release,
+                                  served))
+    ownWindow_ = reader_.owner("CLIPBOARD"); // GTK's own window, now that it holds the clipboard
+  else
     delete served;
 }
 

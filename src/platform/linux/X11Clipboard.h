@@ -25,7 +25,8 @@ private:
 
   mutable X11SelectionReader reader_;
   GtkClipboard *clipboard_;
-  PasteboardItem held_; // what this process serves while it owns the clipboard
+  PasteboardItem held_;     // what this process serves while it owns the clipboard
+  Window ownWindow_ = None; // the window GTK owns the clipboard with
 };
 
 } // namespace selvar

@@ -1,0 +1,117 @@
+#include "platform/linux/LinuxDesktop.h"
+
+#include "app/PillControl.h"
+#include "dictation/DictationController.h"
+#include "platform/linux/DisplaySession.h"
+#include "records/Log.h"
+
+#include <glib.h>
+
+namespace selvar {
+
+namespace {
+
+// The shell's view of the one controller.
+class ControllerControl : public DictationControl {
+public:
+  explicit ControllerControl(DictationNeighbours neighbours) : controller_(std::move(neighbours)) {}
+  void start() override { controller_.start(); }
+  void runTestUtterance(double seconds) override { controller_.runTestUtterance(seconds); }
+  bool isListening() const override {
+    return controller_.state() == DictationController::State::listening;
+  }
+  void pasteLast() override { controller_.pasteLast(); }
+  void flash(const std::string &message) override { controller_.flash(message); }
+
+private:
+  DictationController controller_;
+};
+
+// A pill of its own for the HUD switches, with its own window.
+class OwnPanelPill : public HUDControl {
+public:
+  explicit OwnPanelPill(const GdkScreens &screens) : panel_(screens), pill_(panel_, screens) {}
+  void show(const std::string &state) override { pill_.show(state); }
+  void hide() override { pill_.hide(); }
+  bool isVisible() const override { return pill_.isVisible(); }
+  void updateSpectrum(std::span<const float> levels) override { pill_.updateSpectrum(levels); }
+
+private:
+  GtkHudPanel panel_;
+  PillControl pill_;
+};
+
+// The feedback window's model is not drawn on this desktop yet; the request is recorded.
+class UnavailableFeedbackWindow : public FeedbackWindow {
+public:
+  void show(const std::optional<std::string> &dictated) override {
+    Log::write("feedback window: not available on this desktop" +
+               std::string(dictated ? " (dictated text dropped)" : ""));
+  }
+};
+
+std::filesystem::path statusIconFile() {
+  return std::filesystem::path(g_get_user_runtime_dir()) / "selvar" / "icons" / "selvar-status.png";
+}
+
+} // namespace
+
+LinuxDesktop::LinuxDesktop()
+    : screens_(gdk_display_get_default()),
+      feedback_(std::make_unique<UnavailableFeedbackWindow>()) {}
+
+LinuxDesktop::~LinuxDesktop() = default;
+
+void LinuxDesktop::install(Services &s) {
+  s.audio = &audio_;
+  s.workspace = &workspace_;
+  s.permissions = &permissions_;
+  s.accessibility = &accessibility_;
+  s.pasteboard = &clipboard_;
+  s.keySynthesizer = &keys_;
+  s.keyboardTap = &tap_;
+  s.speech = &speech_;
+}
+
+std::unique_ptr<DictationControl> LinuxDesktop::makeController() {
+  controllerPanel_ = std::make_unique<GtkHudPanel>(screens_);
+  DictationNeighbours n;
+  n.servers = &servers_;
+  n.feedback = feedback_.get();
+  n.hudPanel = controllerPanel_.get();
+  n.screens = &screens_;
+  n.makeRecorder = makeWavRecording;
+  return std::make_unique<ControllerControl>(std::move(n));
+}
+
+std::unique_ptr<HUDControl> LinuxDesktop::makeHUD() {
+  return std::make_unique<OwnPanelPill>(screens_);
+}
+
+void LinuxDesktop::openSettings(bool expanded) {
+  if (!settings_) {
+    settingsModel_ = std::make_unique<SettingsModel>();
+    settings_ = std::make_unique<GtkSettingsWindow>(*settingsModel_, nullptr);
+  }
+  settings_->present(expanded);
+}
+
+void LinuxDesktop::showTray(LinuxAppHost &host, IconRenderer &icons) {
+  const auto icon = statusIconFile();
+  std::error_code error;
+  std::filesystem::create_directories(icon.parent_path(), error);
+  if (auto failure = icons.writeStatusGlyph(icon, 44))
+    Log::write("tray icon not written: " + *failure);
+  tray_ = std::make_unique<AppIndicatorTray>(
+      icon, [&host] { return host.statusMenu(); },
+      [&host](const MenuItem &item) { host.choose(item); });
+  tray_->setToolTip(host.statusToolTip());
+}
+
+void LinuxDesktop::announceSession(DictationControl *controller) {
+  if (DisplaySession::current() != DisplaySessionKind::wayland) return;
+  Log::write(DisplaySession::kWaylandLogLine);
+  if (controller) controller->flash(DisplaySession::kWaylandPillText);
+}
+
+} // namespace selvar

@@ -1,0 +1,67 @@
+#pragma once
+// Everything Selvar needs of an X11 desktop, built once GTK is up: the platform services the
+// core reaches (sound, keys, clipboard, focus, applications), the pills, the tray and the
+// settings window. The entry point installs it and hands its factories to the shell.
+
+#include "app/DictationControl.h"
+#include "app/HUDControl.h"
+#include "app/SettingsModel.h"
+#include "dictation/DictationNeighbours.h"
+#include "dictation/LocalServerBridge.h"
+#include "platform/IconRenderer.h"
+#include "platform/Services.h"
+#include "platform/linux/AppIndicatorTray.h"
+#include "platform/linux/GdkScreens.h"
+#include "platform/linux/GtkHudPanel.h"
+#include "platform/linux/GtkSettingsWindow.h"
+#include "platform/linux/LinuxAppHost.h"
+#include "platform/linux/LinuxPermissionAccess.h"
+#include "platform/linux/PulseAudioSystem.h"
+#include "platform/linux/UnavailableSpeechRecognition.h"
+#include "platform/linux/X11Accessibility.h"
+#include "platform/linux/X11Clipboard.h"
+#include "platform/linux/X11KeyboardTap.h"
+#include "platform/linux/X11Workspace.h"
+#include "platform/linux/XTestKeySynthesizer.h"
+
+#include <memory>
+
+namespace selvar {
+
+class LinuxDesktop {
+public:
+  LinuxDesktop();
+  ~LinuxDesktop();
+  LinuxDesktop(const LinuxDesktop &) = delete;
+  LinuxDesktop &operator=(const LinuxDesktop &) = delete;
+
+  // Fills in the services this desktop provides.
+  void install(Services &services);
+
+  std::unique_ptr<DictationControl> makeController();
+  std::unique_ptr<HUDControl> makeHUD();
+  void openSettings(bool expanded);
+  // The status item with the shell's menu; call once the shell installed it.
+  void showTray(LinuxAppHost &host, IconRenderer &icons);
+  // On Wayland, says in the log and the pill that global keys need X11.
+  void announceSession(DictationControl *controller);
+
+private:
+  GdkScreens screens_;
+  PulseAudioSystem audio_;
+  X11Workspace workspace_;
+  LinuxPermissionAccess permissions_;
+  X11Accessibility accessibility_;
+  X11Clipboard clipboard_;
+  XTestKeySynthesizer keys_;
+  X11KeyboardTap tap_;
+  UnavailableSpeechRecognition speech_;
+  LocalServerBridge servers_;
+  std::unique_ptr<FeedbackWindow> feedback_;
+  std::unique_ptr<GtkHudPanel> controllerPanel_;
+  std::unique_ptr<SettingsModel> settingsModel_;
+  std::unique_ptr<GtkSettingsWindow> settings_;
+  std::unique_ptr<AppIndicatorTray> tray_;
+};
+
+} // namespace selvar
