@@ -21,7 +21,11 @@ endif()
 
 if(SELVAR_BUILD_TESTS)
   find_package(GTest REQUIRED)
+endif()
+if(SELVAR_BUILD_TESTS OR SELVAR_BUILD_BENCH)
   find_path(HTTPLIB_INCLUDE_DIR httplib.h REQUIRED)
+  # Debian builds cpp-httplib as a shared library; elsewhere it is header-only.
+  pkg_check_modules(HTTPLIB IMPORTED_TARGET cpp-httplib)
 endif()
 if(SELVAR_BUILD_BENCH)
   find_package(benchmark REQUIRED)

@@ -13,6 +13,8 @@ class Workspace;
 class PermissionAccess;
 class Dsp;
 class KeyboardLayout;
+class ProcessRunner;
+class AudioConverterFactory;
 
 struct Services {
   MainQueue *mainQueue = nullptr;
@@ -25,6 +27,10 @@ struct Services {
   const Dsp *dsp = nullptr;
   // May stay unset (headless tools): key names then fall back to their numbers.
   KeyboardLayout *keyboardLayout = nullptr;
+  // Child processes (the local transcription server); absent where nothing may be launched.
+  ProcessRunner *processes = nullptr;
+  // Converters from captured audio to the 16 kHz mono the servers take.
+  AudioConverterFactory *audioConverters = nullptr;
 };
 
 // The installed services. Members not noted as optional are set before any core code runs.
