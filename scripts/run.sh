@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Sets up everything on a fresh Debian/Ubuntu machine and runs Selvar: installs the packages,
-# builds, prepares the local transcription server with its embedded model, then starts Selvar in
-# the tray. Without a display it runs the headless demo instead: a sentence spoken by espeak-ng,
-# transcribed by the local server, cleaned up and printed.
+# builds, prepares the local transcription server with its embedded model, starts the server,
+# then starts Selvar in the tray. Without a display it runs the headless demo instead: a
+# sentence spoken by espeak-ng, transcribed by the local server, cleaned up and printed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -16,4 +16,25 @@ if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
   echo "run: no display found (DISPLAY is not set); running the headless demo instead."
   exec bash scripts/demo-headless.sh
 fi
-exec ./build/src/selvar "$@"
+if [ -z "${DISPLAY:-}" ]; then
+  echo "run: this is a Wayland session without XWayland; Selvar's global keys need X11." >&2
+fi
+
+# The server loads its model while Selvar starts, so the first dictation does not wait for it.
+# A server that already answers is left alone; one started here stops when Selvar ends.
+python=/usr/bin/python3
+asr_python=${SELVAR_ASR_PYTHON:-$HOME/.local/share/selvar/asr/bin/python}
+answers() { "$python" -c 'import urllib.request; urllib.request.urlopen("http://127.0.0.1:8020/v1/models", timeout=2)' 2>/dev/null; }
+server_pid=
+if ! answers; then
+  log_dir=${XDG_STATE_HOME:-$HOME/.local/state}/selvar
+  mkdir -p "$log_dir"
+  echo "run: starting the transcription server (log: $log_dir/asr-server-run.log)"
+  (cd tools && exec "$asr_python" asr-server.py --port 8020) >>"$log_dir/asr-server-run.log" 2>&1 &
+  server_pid=$!
+fi
+stop_server() { [ -z "$server_pid" ] || kill "$server_pid" 2>/dev/null || true; }
+trap stop_server EXIT INT TERM
+
+echo "run: starting Selvar in the tray: tap Right Alt, speak, tap it again (Settings changes the key)."
+./build/src/selvar "$@"

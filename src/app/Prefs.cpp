@@ -12,10 +12,14 @@ namespace selvar {
 
 double textScale(WindowTextSize size) {
   switch (size) {
-  case WindowTextSize::small: return 1.0;
-  case WindowTextSize::normal: return 1.18;
-  case WindowTextSize::large: return 1.36;
-  case WindowTextSize::extraLarge: return 1.55;
+  case WindowTextSize::small:
+    return 1.0;
+  case WindowTextSize::normal:
+    return 1.18;
+  case WindowTextSize::large:
+    return 1.36;
+  case WindowTextSize::extraLarge:
+    return 1.55;
   }
   return 1.18;
 }
@@ -30,8 +34,10 @@ int hexDigit(char c) {
 }
 
 std::optional<double> parseNumber(std::string_view s) {
-  while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
-  while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
+  while (!s.empty() && s.front() == ' ')
+    s.remove_prefix(1);
+  while (!s.empty() && s.back() == ' ')
+    s.remove_suffix(1);
   if (!s.empty() && s.front() == '+') s.remove_prefix(1);
   double v = 0;
   auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), v);
@@ -40,8 +46,12 @@ std::optional<double> parseNumber(std::string_view s) {
   return v;
 }
 
-SettingsStore &store() { return *services().settings; }
-void postTriggerChanged() { services().notifications->post(kTriggerChangedNotification); }
+SettingsStore &store() {
+  return *services().settings;
+}
+void postTriggerChanged() {
+  services().notifications->post(kTriggerChangedNotification);
+}
 
 template <typename E> E readEnum(const char *key) {
   auto s = store().stringValue(key);
@@ -51,7 +61,9 @@ template <typename E> void writeEnum(const char *key, E value, bool notify) {
   store().setValue(key, std::string(rawValue(value)));
   if (notify) postTriggerChanged();
 }
-bool readBool(const char *key, bool fallback) { return store().boolValue(key).value_or(fallback); }
+bool readBool(const char *key, bool fallback) {
+  return store().boolValue(key).value_or(fallback);
+}
 std::int64_t readInt(const char *key, std::int64_t fallback) {
   return store().intValue(key).value_or(fallback);
 }
@@ -66,7 +78,8 @@ std::optional<RGBColor> parseHexColor(std::string_view text) {
   for (std::size_t i = 0; i < text.size(); ++i)
     if ((digits[i] = hexDigit(text[i])) < 0) return std::nullopt;
   auto channel = [&](int i) {
-    return text.size() == 3 ? (digits[i] * 17) / 255.0 : (digits[2 * i] * 16 + digits[2 * i + 1]) / 255.0;
+    return text.size() == 3 ? (digits[i] * 17) / 255.0
+                            : (digits[2 * i] * 16 + digits[2 * i + 1]) / 255.0;
   };
   return RGBColor{channel(0), channel(1), channel(2)};
 }
@@ -82,10 +95,14 @@ PillOutline PillOutline::fromStored(std::optional<std::string_view> stored) {
 
 std::string PillOutline::rawValue() const {
   switch (kind) {
-  case Kind::custom: return hex;
-  case Kind::none: return "none";
-  case Kind::black: return "black";
-  case Kind::tint: return "tint";
+  case Kind::custom:
+    return hex;
+  case Kind::none:
+    return "none";
+  case Kind::black:
+    return "black";
+  case Kind::tint:
+    return "tint";
   }
   return "tint";
 }
@@ -100,27 +117,63 @@ std::optional<Point> parseOrigin(std::string_view text) {
   return Point{*x, *y};
 }
 
-std::string formatOrigin(Point p) { return fmt::format("{},{}", p.x, p.y); }
+std::string formatOrigin(Point p) {
+  return fmt::format("{},{}", p.x, p.y);
+}
 
 namespace Prefs {
 
-TriggerMode triggerMode() { return readEnum<TriggerMode>(PrefKey::triggerMode); }
-InsertMode insertMode() { return readEnum<InsertMode>(PrefKey::insertMode); }
-bool restoreClipboard() { return readBool(PrefKey::restoreClipboard, true); }
-bool stripFillers() { return readBool(PrefKey::stripFillers, true); }
-bool autoCapitalize() { return readBool(PrefKey::autoCapitalize, true); }
-bool spokenPunctuation() { return readBool(PrefKey::spokenPunctuation, false); }
-bool trailingPeriod() { return readBool(PrefKey::trailingPeriod, false); }
-bool swallowEscapeWhileDictating() { return readBool(PrefKey::swallowEscapeWhileDictating, true); }
-std::int64_t autoStopMinutes() { return readInt(PrefKey::autoStopMinutes, 0); }
-std::int64_t historyRetentionDays() { return readInt(PrefKey::historyRetentionDays, 0); }
-std::int64_t rewriteBudgetMS() { return readInt(PrefKey::rewriteBudgetMS, 400); }
-bool launchAtLogin() { return readBool(PrefKey::launchAtLogin, false); }
-Palette theme() { return readEnum<Palette>(PrefKey::theme); }
-WindowStyle windowStyle() { return readEnum<WindowStyle>(PrefKey::windowStyle); }
-WindowTextSize windowTextSize() { return readEnum<WindowTextSize>(PrefKey::windowTextSize); }
-HUDPreference hudStyle() { return readEnum<HUDPreference>(PrefKey::hudStyle); }
-HUDMaterial hudMaterial() { return readEnum<HUDMaterial>(PrefKey::hudMaterial); }
+TriggerMode triggerMode() {
+  return readEnum<TriggerMode>(PrefKey::triggerMode);
+}
+InsertMode insertMode() {
+  return readEnum<InsertMode>(PrefKey::insertMode);
+}
+bool restoreClipboard() {
+  return readBool(PrefKey::restoreClipboard, true);
+}
+bool stripFillers() {
+  return readBool(PrefKey::stripFillers, true);
+}
+bool autoCapitalize() {
+  return readBool(PrefKey::autoCapitalize, true);
+}
+bool spokenPunctuation() {
+  return readBool(PrefKey::spokenPunctuation, false);
+}
+bool trailingPeriod() {
+  return readBool(PrefKey::trailingPeriod, false);
+}
+bool swallowEscapeWhileDictating() {
+  return readBool(PrefKey::swallowEscapeWhileDictating, true);
+}
+std::int64_t autoStopMinutes() {
+  return readInt(PrefKey::autoStopMinutes, 0);
+}
+std::int64_t historyRetentionDays() {
+  return readInt(PrefKey::historyRetentionDays, 0);
+}
+std::int64_t rewriteBudgetMS() {
+  return readInt(PrefKey::rewriteBudgetMS, 400);
+}
+bool launchAtLogin() {
+  return readBool(PrefKey::launchAtLogin, false);
+}
+Palette theme() {
+  return readEnum<Palette>(PrefKey::theme);
+}
+WindowStyle windowStyle() {
+  return readEnum<WindowStyle>(PrefKey::windowStyle);
+}
+WindowTextSize windowTextSize() {
+  return readEnum<WindowTextSize>(PrefKey::windowTextSize);
+}
+HUDPreference hudStyle() {
+  return readEnum<HUDPreference>(PrefKey::hudStyle);
+}
+HUDMaterial hudMaterial() {
+  return readEnum<HUDMaterial>(PrefKey::hudMaterial);
+}
 
 PillOutline pillOutline() {
   auto s = store().stringValue(PrefKey::pillOutline);
@@ -135,26 +188,40 @@ std::optional<Point> hudOrigin() {
 std::string dictationEngine() {
   return store().stringValue(PrefKey::dictationEngine).value_or("apple-on-device");
 }
-bool dictationEngineChosen() { return readBool(PrefKey::dictationEngineChosen, false); }
+bool dictationEngineChosen() {
+  return readBool(PrefKey::dictationEngineChosen, false);
+}
 std::string rewriteEngine() {
   return store().stringValue(PrefKey::rewriteEngine).value_or("rules-only");
 }
 std::optional<std::string> recognitionLanguage() {
   return store().stringValue(PrefKey::recognitionLanguage);
 }
-bool settingsExpanded() { return readBool(PrefKey::settingsExpanded, false); }
+bool settingsExpanded() {
+  return readBool(PrefKey::settingsExpanded, false);
+}
 
-void setTheme(Palette value) { writeEnum(PrefKey::theme, value, true); }
-void setWindowTextSize(WindowTextSize value) { writeEnum(PrefKey::windowTextSize, value, false); }
-void setHudStyle(HUDPreference value) { writeEnum(PrefKey::hudStyle, value, true); }
-void setHudMaterial(HUDMaterial value) { writeEnum(PrefKey::hudMaterial, value, true); }
+void setTheme(Palette value) {
+  writeEnum(PrefKey::theme, value, true);
+}
+void setWindowTextSize(WindowTextSize value) {
+  writeEnum(PrefKey::windowTextSize, value, false);
+}
+void setHudStyle(HUDPreference value) {
+  writeEnum(PrefKey::hudStyle, value, true);
+}
+void setHudMaterial(HUDMaterial value) {
+  writeEnum(PrefKey::hudMaterial, value, true);
+}
 
 void setPillOutline(const PillOutline &value) {
   store().setValue(PrefKey::pillOutline, value.rawValue());
   postTriggerChanged();
 }
 
-void setLaunchAtLogin(bool value) { store().setValue(PrefKey::launchAtLogin, value); }
+void setLaunchAtLogin(bool value) {
+  store().setValue(PrefKey::launchAtLogin, value);
+}
 
 void setHudOrigin(std::optional<Point> value) {
   if (value)
@@ -163,9 +230,15 @@ void setHudOrigin(std::optional<Point> value) {
     store().remove(PrefKey::hudOrigin);
 }
 
-void setString(const char *key, const std::string &value) { store().setValue(key, value); }
-void setBool(const char *key, bool value) { store().setValue(key, value); }
-void setInt(const char *key, std::int64_t value) { store().setValue(key, value); }
+void setString(const char *key, const std::string &value) {
+  store().setValue(key, value);
+}
+void setBool(const char *key, bool value) {
+  store().setValue(key, value);
+}
+void setInt(const char *key, std::int64_t value) {
+  store().setValue(key, value);
+}
 
 } // namespace Prefs
 } // namespace selvar

@@ -21,7 +21,8 @@ enum class WindowTextSize { small, normal, large, extraLarge };
 
 template <> struct RawEnumTraits<TriggerMode> {
   static constexpr std::array<std::pair<TriggerMode, std::string_view>, 3> cases{
-      {{TriggerMode::toggle, "toggle"}, {TriggerMode::hold, "hold"},
+      {{TriggerMode::toggle, "toggle"},
+       {TriggerMode::hold, "hold"},
        {TriggerMode::automatic, "automatic"}}};
   static constexpr TriggerMode fallback = TriggerMode::toggle;
 };
@@ -42,7 +43,8 @@ template <> struct RawEnumTraits<HUDMaterial> {
 };
 template <> struct RawEnumTraits<Palette> {
   static constexpr std::array<std::pair<Palette, std::string_view>, 3> cases{
-      {{Palette::cyberpunk, "cyberpunk"}, {Palette::business, "business"},
+      {{Palette::cyberpunk, "cyberpunk"},
+       {Palette::business, "business"},
        {Palette::midnight, "midnight"}}};
   static constexpr Palette fallback = Palette::cyberpunk;
 };
@@ -53,8 +55,10 @@ template <> struct RawEnumTraits<WindowStyle> {
 };
 template <> struct RawEnumTraits<WindowTextSize> {
   static constexpr std::array<std::pair<WindowTextSize, std::string_view>, 4> cases{
-      {{WindowTextSize::small, "small"}, {WindowTextSize::normal, "normal"},
-       {WindowTextSize::large, "large"}, {WindowTextSize::extraLarge, "extraLarge"}}};
+      {{WindowTextSize::small, "small"},
+       {WindowTextSize::normal, "normal"},
+       {WindowTextSize::large, "large"},
+       {WindowTextSize::extraLarge, "extraLarge"}}};
   static constexpr WindowTextSize fallback = WindowTextSize::normal;
 };
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 namespace selvar {
 
@@ -21,6 +22,15 @@ struct KeyEvent {
   std::uint64_t flags = 0; // the event's flags word (modifier and device bits)
 };
 
+// A key-down to keep from the focused application: the key code with the modifier bits it
+// needs (0 for any modifiers), or with exactly those modifiers (a chord).
+struct SwallowedKey {
+  int keyCode = 0;
+  std::uint64_t requiredFlags = 0;
+  bool exactModifiers = false;
+  friend bool operator==(const SwallowedKey &, const SwallowedKey &) = default;
+};
+
 class KeyboardTap {
 public:
   // Returns true to swallow the event, false to pass it on unchanged.
@@ -34,6 +44,10 @@ public:
   virtual void reenable() = 0;
   // Whether the key is down right now in the combined session state.
   virtual bool isKeyDown(int keyCode) const = 0;
+  // The keys whose key-downs must not reach the focused application from now on; empty
+  // releases them. For taps that only observe (X11) and must claim keys before they are
+  // pressed; a tap that swallows by the handler's answer ignores it.
+  virtual void setSwallowedKeys(std::vector<SwallowedKey> keys) { (void)keys; }
 };
 
 } // namespace selvar

@@ -11,6 +11,12 @@ class NotificationCenter;
 class FileLocations;
 class Workspace;
 class PermissionAccess;
+class AudioSystem;
+class SpeechRecognition;
+class Accessibility;
+class Pasteboard;
+class KeySynthesizer;
+class KeyboardTap;
 class Dsp;
 class KeyboardLayout;
 class ProcessRunner;
@@ -24,6 +30,12 @@ struct Services {
   FileLocations *files = nullptr;
   Workspace *workspace = nullptr;
   PermissionAccess *permissions = nullptr;
+  AudioSystem *audio = nullptr;
+  SpeechRecognition *speech = nullptr;
+  Accessibility *accessibility = nullptr;
+  Pasteboard *pasteboard = nullptr;
+  KeySynthesizer *keySynthesizer = nullptr;
+  KeyboardTap *keyboardTap = nullptr;
   const Dsp *dsp = nullptr;
   // May stay unset (headless tools): key names then fall back to their numbers.
   KeyboardLayout *keyboardLayout = nullptr;

@@ -1,4 +1,5 @@
 #include "app/Prefs.h"
+
 #include "platform/fake/FakeEnvironment.h"
 
 #include <gtest/gtest.h>

@@ -32,6 +32,14 @@ FakeEnvironment::FakeEnvironment(WallTime wallStart)
   s.settings = &settings;
   s.notifications = &notifications;
   s.files = &files;
+  s.workspace = &workspace;
+  s.permissions = &permissions;
+  s.audio = &audio;
+  s.speech = &speech;
+  s.accessibility = &accessibility;
+  s.pasteboard = &pasteboard;
+  s.keySynthesizer = &keys;
+  s.keyboardTap = &keyboardTap;
   s.dsp = &dsp;
   s.keyboardLayout = &keyboardLayout;
   installServices(s);

@@ -6,7 +6,15 @@
 #include "platform/FileLocations.h"
 #include "platform/NotificationCenter.h"
 #include "platform/Services.h"
+#include "platform/fake/FakeAccessibility.h"
+#include "platform/fake/FakeAudioSystem.h"
+#include "platform/fake/FakeKeySynthesizer.h"
 #include "platform/fake/FakeKeyboardLayout.h"
+#include "platform/fake/FakeKeyboardTap.h"
+#include "platform/fake/FakePasteboard.h"
+#include "platform/fake/FakePermissionAccess.h"
+#include "platform/fake/FakeSpeechRecognition.h"
+#include "platform/fake/FakeWorkspace.h"
 #include "platform/fake/ManualMainQueue.h"
 #include "platform/fake/MemorySettingsStore.h"
 #include "platform/fake/ReferenceDsp.h"
@@ -40,6 +48,14 @@ public:
   MemorySettingsStore settings;
   NotificationCenter notifications;
   TempFileLocations files;
+  FakeWorkspace workspace;
+  FakePermissionAccess permissions;
+  FakeAudioSystem audio;
+  FakeSpeechRecognition speech;
+  FakeAccessibility accessibility;
+  FakePasteboard pasteboard;
+  FakeKeySynthesizer keys;
+  FakeKeyboardTap keyboardTap;
   ReferenceDsp dsp; // a direct DFT: exact but slow
   FakeKeyboardLayout keyboardLayout;
 

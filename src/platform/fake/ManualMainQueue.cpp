@@ -11,7 +11,9 @@ WallTime ManualMainQueue::defaultWallStart() {
   return WallTime{std::chrono::seconds{1740838029}};
 }
 
-void ManualMainQueue::async(std::function<void()> work) { asyncAfter(0, std::move(work)); }
+void ManualMainQueue::async(std::function<void()> work) {
+  asyncAfter(0, std::move(work));
+}
 
 void ManualMainQueue::asyncAfter(double seconds, std::function<void()> work) {
   std::lock_guard lock(mutex_);
@@ -77,7 +79,8 @@ std::size_t ManualMainQueue::runUntilIdle() {
 void ManualMainQueue::advance(double seconds) {
   double target = monotonicSeconds() + std::max(0.0, seconds);
   Item item;
-  while (popDue(target, item)) runItem(item.work, item.timer);
+  while (popDue(target, item))
+    runItem(item.work, item.timer);
   std::lock_guard lock(mutex_);
   now_ = std::max(now_, target);
 }
@@ -91,9 +94,8 @@ bool ManualMainQueue::runNext() {
 
 std::size_t ManualMainQueue::pendingCount() const {
   std::lock_guard lock(mutex_);
-  return static_cast<std::size_t>(std::count_if(items_.begin(), items_.end(), [](const Item &i) {
-    return !i.timer || i.timer->isValid();
-  }));
+  return static_cast<std::size_t>(std::count_if(
+      items_.begin(), items_.end(), [](const Item &i) { return !i.timer || i.timer->isValid(); }));
 }
 
 } // namespace selvar

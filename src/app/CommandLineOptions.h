@@ -1,0 +1,39 @@
+#pragma once
+// The switches Selvar understands. Each is found anywhere in the argument list; one that takes
+// a value reads the argument right after it, and a missing or unusable value leaves the switch
+// unset, as if it had not been given.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace selvar {
+
+struct CommandLineOptions {
+  bool feedbackTest = false;
+  bool feedback = false;
+  std::optional<std::string> feedbackVoice;
+  std::optional<std::string> writeIcon;
+  bool settingsMore = false;
+  std::optional<std::string> rewriteTest;
+  std::optional<std::string> transcribeFile;
+  std::optional<double> serverDictateTest;
+  std::optional<double> dictateTest;
+  bool hudSelftest = false;
+  bool hudPreview = false;
+  bool retryFailed = false;
+  bool help = false;
+  bool version = false;
+
+  // args[0] is the program itself and never counts as a switch.
+  static CommandLineOptions parse(const std::vector<std::string> &args);
+
+  // The switch list "--help" prints, one line a switch.
+  static std::string helpText();
+};
+
+// A whole-string decimal number ("3", "2.5", "1e1"); nothing for anything else, for values
+// that are not finite and for negative durations.
+std::optional<double> parseSeconds(const std::string &text);
+
+} // namespace selvar

@@ -1,0 +1,67 @@
+// The optional rewrite stage before insertion: the cleaned text goes to the local language
+// model under a time budget; whatever comes first (reply, failure, budget) decides, and the
+// cleaned text is inserted whenever the model does not deliver in time.
+
+#include "app/Prefs.h"
+#include "dictation/DictationController.h"
+#include "insertion/TextInserter.h"
+#include "platform/Services.h"
+#include "records/Log.h"
+#include "support/Unicode.h"
+
+#include <algorithm>
+
+namespace selvar {
+
+namespace {
+
+constexpr double kMinimumBudget = 0.9;
+constexpr double kRequestSlack = 2.0;
+constexpr double kProbeMaxAge = 30.0;
+
+// Accepts the first of the reply, a failure or the budget timer; the reply and the timer
+// race on different threads.
+struct RewriteRace {
+  std::mutex lock;
+  bool done = false;
+  bool claim() {
+    std::lock_guard guard(lock);
+    return !std::exchange(done, true);
+  }
+};
+
+} // namespace
+
+void DictationController::insert(const std::string &text, const std::optional<RunningApp> &app,
+                                 const std::optional<FocusAnchor> &anchor) {
+  auto engineId = Prefs::rewriteEngine();
+  auto endpoint = neighbours_.servers->endpoint(engineId);
+  if (!endpoint || !neighbours_.servers->isRunning(engineId, kProbeMaxAge)) {
+    TextInserter::insert(text, app, anchor);
+    return;
+  }
+  double budget = std::max(static_cast<double>(Prefs::rewriteBudgetMS()) / 1000, kMinimumBudget);
+  auto race = std::make_shared<RewriteRace>();
+  auto finish = [race, text, app, anchor, q = &queue(),
+                 life = std::weak_ptr<int>(lifetime_)](std::optional<ServerReply> reply) {
+    if (!race->claim()) return;
+    q->async([text, app, anchor, life, reply = std::move(reply)] {
+      if (life.expired()) return;
+      if (!reply) {
+        Log::write("rewrite missed its budget; inserting the cleaned text");
+        TextInserter::insert(text, app, anchor);
+      } else if (reply->error) {
+        Log::write("rewrite failed: " + reply->error->description);
+        TextInserter::insert(text, app, anchor);
+      } else {
+        Log::write("rewrite applied " + std::to_string(graphemeCount(reply->text)) + " chars");
+        TextInserter::insert(reply->text, app, anchor);
+      }
+    });
+  };
+  neighbours_.servers->rewrite(text, *endpoint, budget + kRequestSlack,
+                               [finish](ServerReply reply) { finish(std::move(reply)); });
+  queue().asyncAfter(budget, [finish] { finish(std::nullopt); });
+}
+
+} // namespace selvar

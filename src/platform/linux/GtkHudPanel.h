@@ -1,0 +1,60 @@
+#pragma once
+// The pill's window on X11 through GTK 3: an undecorated, always-on-top window on every
+// workspace that never accepts the keyboard focus, painted with Cairo from the HUD model and
+// reporting drags in screen coordinates. Where no compositor blends alpha, the window is shaped
+// to the pill's rounded outline instead. Main thread only.
+
+#include "hud/HUDModel.h"
+#include "platform/HudPanel.h"
+#include "platform/linux/GdkScreens.h"
+
+#include <gtk/gtk.h>
+
+namespace selvar {
+
+class GtkHudPanel : public HudPanel {
+public:
+  explicit GtkHudPanel(const GdkScreens &screens);
+  ~GtkHudPanel() override;
+  GtkHudPanel(const GtkHudPanel &) = delete;
+  GtkHudPanel &operator=(const GtkHudPanel &) = delete;
+
+  void host(HUDModel &model) override;
+  void setEventHandlers(Events events) override { events_ = std::move(events); }
+  Rect frame() const override { return frame_; }
+  void setFrame(Rect frame) override;
+  void setOrigin(Point origin) override { setFrame({origin, frame_.size}); }
+  Size fittingSize() override;
+  void setCornerRadius(double radius) override;
+  void setBackdrop(HUDMaterial material) override;
+  bool isVisible() const override;
+  void orderFront() override;
+  void orderOut() override;
+
+  GtkWidget *window() const { return window_; }
+
+private:
+  void configureWindow();
+  void connectSignals();
+  void reshape();
+  void draw(cairo_t *cr);
+  Point pointer(double rootX, double rootY) const { return screens_.fromRoot(rootX, rootY); }
+
+  static gboolean onDraw(GtkWidget *, cairo_t *cr, gpointer self);
+  static gboolean onPress(GtkWidget *, GdkEventButton *event, gpointer self);
+  static gboolean onMotion(GtkWidget *, GdkEventMotion *event, gpointer self);
+  static gboolean onRelease(GtkWidget *, GdkEventButton *event, gpointer self);
+  static void onScreenChanged(GtkWidget *, GdkScreen *, gpointer self);
+
+  const GdkScreens &screens_;
+  GtkWidget *window_ = nullptr;
+  GtkWidget *area_ = nullptr;
+  HUDModel *model_ = nullptr;
+  HUDModel::Token subscription_ = 0;
+  Events events_;
+  Rect frame_;
+  double cornerRadius_ = 0;
+  bool composited_ = false;
+};
+
+} // namespace selvar

@@ -1,0 +1,54 @@
+#pragma once
+// Small Xlib helpers shared by the X11 adapters: an error trap for calls that may hit a window
+// that just went away, and the EWMH reads and requests (active window, window process, class,
+// client list, activation) that stand in for an application's identity on X11.
+
+#include <X11/Xlib.h>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace selvar {
+
+// Catches X errors on one display from construction to finish(); errors on other displays go
+// to the handler that was installed before. Main thread only; traps nest on one display.
+class X11ErrorTrap {
+public:
+  explicit X11ErrorTrap(Display *display);
+  ~X11ErrorTrap();
+  X11ErrorTrap(const X11ErrorTrap &) = delete;
+  X11ErrorTrap &operator=(const X11ErrorTrap &) = delete;
+  // Waits for the server to process every request so far; true when one of them failed.
+  bool finish();
+
+private:
+  Display *display_;
+  bool outer_;
+  bool finished_ = false;
+  bool failed_ = false;
+};
+
+namespace X11Windows {
+
+Atom atom(Display *display, const char *name);
+std::string atomName(Display *display, Atom atom);
+// The window the window manager calls active; None when there is none.
+Window activeWindow(Display *display);
+std::optional<int> processId(Display *display, Window window);
+// The class half of WM_CLASS ("XTerm", "Gnome-terminal"); empty when unset.
+std::string windowClass(Display *display, Window window);
+// The managed top-level windows, oldest first.
+std::vector<Window> clientList(Display *display);
+// The newest managed window of the process; None when it has none.
+Window newestWindowOf(Display *display, int pid);
+bool exists(Display *display, Window window);
+// Asks the window manager to activate (raise and focus) the window, as a pager would, so that
+// focus-stealing prevention lets it through.
+void requestActivation(Display *display, Window window);
+
+} // namespace X11Windows
+
+// The short name of a running process ("/proc/<pid>/comm"); empty when it is gone.
+std::string processName(int pid);
+
+} // namespace selvar

@@ -1,0 +1,67 @@
+#include "platform/linux/XTestKeySynthesizer.h"
+
+#include "hotkeys/KeyChoices.h"
+#include "platform/linux/MacKeyCodes.h"
+#include "platform/linux/TerminalClasses.h"
+#include "platform/linux/X11Support.h"
+#include "records/Log.h"
+
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+namespace selvar {
+
+XTestKeySynthesizer::~XTestKeySynthesizer() {
+  if (display_) XCloseDisplay(display_);
+}
+
+Display *XTestKeySynthesizer::display() {
+  if (display_) return display_;
+  display_ = XOpenDisplay(nullptr);
+  int event, error, major, minor;
+  if (display_ && !XTestQueryExtension(display_, &event, &error, &major, &minor)) {
+    Log::write("keystroke: the X server has no XTest extension");
+    XCloseDisplay(display_);
+    display_ = nullptr;
+  }
+  return display_;
+}
+
+bool XTestKeySynthesizer::focusIsTerminal() {
+  return TerminalClasses::isTerminal(
+      X11Windows::windowClass(display_, X11Windows::activeWindow(display_)));
+}
+
+bool XTestKeySynthesizer::postKeystroke(int keyCode, std::uint64_t flags, double holdSeconds) {
+  if (!display()) return false;
+  KeyCode key = 0;
+  if (keyCode == VirtualKey::v) key = XKeysymToKeycode(display_, XK_v);
+  if (!key)
+    if (auto x11 = MacKeyCodes::x11FromMac(keyCode)) key = KeyCode(*x11);
+  if (!key) return false;
+
+  bool control = flags & (ModifierFlag::command | ModifierFlag::control);
+  bool shift = flags & ModifierFlag::shift;
+  if (keyCode == VirtualKey::v && (flags & ModifierFlag::command) && focusIsTerminal())
+    shift = true;
+  std::vector<KeyCode> modifiers;
+  if (control) modifiers.push_back(XKeysymToKeycode(display_, XK_Control_L));
+  if (shift) modifiers.push_back(XKeysymToKeycode(display_, XK_Shift_L));
+  if (flags & ModifierFlag::option) modifiers.push_back(XKeysymToKeycode(display_, XK_Alt_L));
+
+  for (KeyCode m : modifiers)
+    XTestFakeKeyEvent(display_, m, True, CurrentTime);
+  XTestFakeKeyEvent(display_, key, True, CurrentTime);
+  XFlush(display_);
+  std::this_thread::sleep_for(std::chrono::duration<double>(holdSeconds));
+  XTestFakeKeyEvent(display_, key, False, CurrentTime);
+  for (auto it = modifiers.rbegin(); it != modifiers.rend(); ++it)
+    XTestFakeKeyEvent(display_, *it, False, CurrentTime);
+  XFlush(display_);
+  return true;
+}
+
+} // namespace selvar

@@ -1,0 +1,164 @@
+# Shared pieces of the end-to-end test: bounded waiting, child processes that are always
+# stopped, and the virtual desktop (Xvfb, openbox, a PulseAudio daemon with a virtual
+# microphone, the transcription server). Sourced by run-e2e.sh; expects $T (a private temp
+# folder) and $artifacts.
+
+SYSTEM_PYTHON=${SYSTEM_PYTHON:-/usr/bin/python3}
+E2E_PIDS=()
+
+e2e_say() { echo "e2e: $*"; }
+e2e_fail() {
+  echo "e2e: FAILED: $*" >&2
+  return 1
+}
+
+now_ms() { date +%s%3N; }
+
+# wait_for SECONDS WHAT COMMAND...: polls COMMAND every 100 ms until it succeeds.
+wait_for() {
+  local seconds=$1 what=$2
+  shift 2
+  local deadline=$(($(now_ms) + seconds * 1000))
+  until "$@" >/dev/null 2>&1; do
+    if (($(now_ms) > deadline)); then
+      e2e_fail "gave up after ${seconds}s waiting for $what"
+      return 1
+    fi
+    sleep 0.1
+  done
+}
+
+# spawn NAME COMMAND...: starts a child with its output in $T/NAME.log and remembers it.
+spawn() {
+  local name=$1
+  shift
+  "$@" >"$T/$name.log" 2>&1 &
+  E2E_PIDS+=("$!")
+  eval "PID_${name//-/_}=$!"
+}
+
+# stop_pid PID: TERM, a bounded wait, then KILL.
+stop_pid() {
+  local pid=$1 i
+  kill -TERM "$pid" 2>/dev/null || return 0
+  for i in $(seq 30); do
+    kill -0 "$pid" 2>/dev/null || break
+    sleep 0.1
+  done
+  kill -KILL "$pid" 2>/dev/null || true
+  wait "$pid" 2>/dev/null || true
+}
+
+stop_all() {
+  local i
+  for ((i = ${#E2E_PIDS[@]} - 1; i >= 0; i--)); do stop_pid "${E2E_PIDS[$i]}"; done
+  E2E_PIDS=()
+}
+
+alive() { kill -0 "$1" 2>/dev/null; }
+
+# --- the virtual desktop -------------------------------------------------------------------
+
+start_xvfb() {
+  : >"$T/display"
+  Xvfb -displayfd 9 -screen 0 1280x800x24 -nolisten tcp -noreset 9>"$T/display" \
+    >"$T/xvfb.log" 2>&1 &
+  E2E_PIDS+=("$!")
+  wait_for 20 "Xvfb to choose a display" test -s "$T/display"
+  export DISPLAY=":$(head -n1 "$T/display")"
+  wait_for 20 "the X server to answer" xprop -root _XKB_RULES_NAMES
+  e2e_say "X server on $DISPLAY"
+}
+
+wm_ready() { xprop -root _NET_SUPPORTING_WM_CHECK | grep -q 'window id'; }
+
+start_openbox() {
+  spawn openbox openbox --sm-disable
+  wait_for 20 "the window manager" wm_ready
+}
+
+pulse_ready() { pactl info; }
+
+start_pulse() {
+  mkdir -p "$XDG_RUNTIME_DIR/pulse"
+  printf 'autospawn = no\n' >"$T/pulse-client.conf"
+  export PULSE_CLIENTCONFIG="$T/pulse-client.conf"
+  export PULSE_SERVER="unix:$XDG_RUNTIME_DIR/pulse/native"
+  # No configuration file and no real devices: a null sink whose monitor, remapped to mono,
+  # is the default source, so whatever plays into the sink is what the microphone hears.
+  spawn pulse pulseaudio --daemonize=no --system=false -n --exit-idle-time=-1 \
+    --disallow-exit --log-target=stderr \
+    -L "module-native-protocol-unix socket=$XDG_RUNTIME_DIR/pulse/native" \
+    -L "module-null-sink sink_name=e2e_speaker rate=48000 sink_properties=device.description=E2ESpeaker" \
+    -L "module-remap-source master=e2e_speaker.monitor source_name=e2e_mic channels=1 channel_map=mono source_properties=device.description=E2EMicrophone"
+  wait_for 20 "the PulseAudio daemon" pulse_ready
+  pactl set-default-sink e2e_speaker
+  pactl set-default-source e2e_mic
+}
+
+http_ok() { "$SYSTEM_PYTHON" -c 'import sys, urllib.request; urllib.request.urlopen(sys.argv[1], timeout=2)' "$1"; }
+
+port_free() { ! "$SYSTEM_PYTHON" -c 'import socket, sys; socket.create_connection(("127.0.0.1", int(sys.argv[1])), 1)' "$1" 2>/dev/null; }
+
+# start_asr_server TOOLS_DIR PYTHON
+start_asr_server() {
+  port_free 8020 || {
+    e2e_fail "something already listens on 127.0.0.1:8020"
+    return 1
+  }
+  (cd "$1" && exec "$2" asr-server.py --port 8020) >"$T/asr-server.log" 2>&1 &
+  E2E_PIDS+=("$!")
+  PID_asr=$!
+  wait_for 240 "the transcription server to load its model" http_ok http://127.0.0.1:8020/v1/models
+  e2e_say "transcription server ready"
+}
+
+# play_speech WAV: plays into the virtual microphone and returns when it has been heard.
+play_speech() { paplay --latency-msec=30 --device=e2e_speaker "$1"; }
+
+# make_speech WAV TEXT
+make_speech() { espeak-ng -v en-us -s 150 -w "$1" "$2"; }
+
+screenshot() { "$SYSTEM_PYTHON" "$E2E_DIR/screenshot.py" "$1"; }
+
+# --- the text window -----------------------------------------------------------------------
+
+TEXT_TITLE="Selvar e2e text"
+
+start_text_window() {
+  : >"$T/typed.txt"
+  spawn textwindow "$SYSTEM_PYTHON" "$E2E_DIR/textwindow.py" "$T/typed.txt" "$TEXT_TITLE"
+  wait_for 20 "the text window" xdotool search --name "^$TEXT_TITLE\$"
+  TEXT_WINDOW=$(xdotool search --name "^$TEXT_TITLE\$" | head -n1)
+  focus_text_window
+}
+
+text_window_focused() { [ "$(xdotool getactivewindow 2>/dev/null)" = "$TEXT_WINDOW" ]; }
+
+focus_text_window() {
+  xdotool windowactivate "$TEXT_WINDOW" >/dev/null 2>&1 || true
+  wait_for 10 "the text window to have the focus" text_window_focused
+}
+
+typed() { cat "$T/typed.txt"; }
+
+clear_text_window() {
+  focus_text_window
+  xdotool key --clearmodifiers ctrl+a BackSpace
+  wait_for 5 "the text window to empty" test ! -s "$T/typed.txt"
+}
+
+# set_clipboard TEXT: a helper owns the clipboard until someone else takes it.
+set_clipboard() {
+  "$SYSTEM_PYTHON" "$E2E_DIR/clipboard.py" set "$1" >"$T/clipboard-owner.log" 2>&1 &
+  E2E_PIDS+=("$!")
+  wait_for 10 "the clipboard helper" grep -q ready "$T/clipboard-owner.log"
+}
+
+clipboard_text() { "$SYSTEM_PYTHON" "$E2E_DIR/clipboard.py" get; }
+clipboard_targets() { "$SYSTEM_PYTHON" "$E2E_DIR/clipboard.py" targets; }
+
+wer() { "$SYSTEM_PYTHON" "$E2E_DIR/wer.py" "$1" "$2"; }
+
+# below LIMIT VALUE: true when VALUE < LIMIT (decimals).
+below() { awk -v l="$1" -v v="$2" 'BEGIN { exit !(v < l) }'; }

@@ -1,0 +1,81 @@
+#!/usr/bin/env bash
+# End-to-end test of Selvar on a virtual desktop: Xvfb with openbox, a PulseAudio daemon whose
+# default source is a virtual microphone, the local transcription server, a text window and
+# Selvar itself. Keys are pressed through XTest, speech is made with espeak-ng and played into
+# the microphone, and the text that arrives is checked.
+#
+#   run-e2e.sh [--desktop-only]
+#
+# --desktop-only checks the virtual desktop alone (keys, clipboard, microphone, server).
+# Environment: SELVAR_BUILD_DIR (default build), SELVAR_E2E_ARTIFACTS (screenshots and logs,
+# default <build>/e2e-artifacts), SELVAR_ASR_PYTHON, SELVAR_ASR_TOOLS, SELVAR_E2E_KEEP=1 keeps
+# the temp folder.
+set -euo pipefail
+
+E2E_DIR=$(cd "$(dirname "$0")" && pwd)
+ROOT=$(cd "$E2E_DIR/../.." && pwd)
+BUILD=${SELVAR_BUILD_DIR:-$ROOT/build}
+artifacts=${SELVAR_E2E_ARTIFACTS:-$BUILD/e2e-artifacts}
+ASR_PYTHON=${SELVAR_ASR_PYTHON:-$HOME/.local/share/selvar/asr/bin/python}
+ASR_TOOLS=${SELVAR_ASR_TOOLS:-$ROOT/tools}
+mode=${1:-full}
+
+# A private network namespace gives the test its own loopback, so port 8020 is free even when
+# another transcription server runs on this machine.
+if [ -z "${SELVAR_E2E_INNER:-}" ]; then
+  export SELVAR_E2E_INNER=1 SELVAR_BUILD_DIR=$BUILD SELVAR_E2E_ARTIFACTS=$artifacts \
+    SELVAR_ASR_PYTHON=$ASR_PYTHON SELVAR_ASR_TOOLS=$ASR_TOOLS
+  if command -v ip >/dev/null && unshare -rn true 2>/dev/null; then
+    exec unshare -rn bash -c 'ip link set lo up && exec bash "$0" "$@"' "$0" "$@"
+  fi
+  echo "e2e: no private network namespace here; using the machine's loopback"
+fi
+
+source "$E2E_DIR/lib.sh"
+
+for tool in Xvfb openbox pulseaudio pactl paplay espeak-ng xdotool xprop; do
+  command -v "$tool" >/dev/null || {
+    echo "e2e: FAILED: $tool is missing (scripts/install-deps.sh installs it)" >&2
+    exit 1
+  }
+done
+[ -x "$ASR_PYTHON" ] || {
+  echo "e2e: FAILED: no transcription server environment at $ASR_PYTHON (run tools/setup-asr.sh)" >&2
+  exit 1
+}
+
+T=$(mktemp -d "${TMPDIR:-/tmp}/selvar-e2e.XXXXXX")
+mkdir -p "$artifacts"
+finish() {
+  local status=$?
+  stop_all
+  cp "$T"/*.log "$artifacts/" 2>/dev/null || true
+  [ -d "$T/selvar-home/logs" ] && cp -r "$T/selvar-home/logs" "$artifacts/selvar-logs" 2>/dev/null
+  if [ "${SELVAR_E2E_KEEP:-}" = 1 ]; then echo "e2e: kept $T"; else rm -rf "$T"; fi
+  if [ $status -eq 0 ]; then echo "e2e: passed"; else echo "e2e: failed (artefacts in $artifacts)"; fi
+  exit $status
+}
+trap finish EXIT
+trap 'exit 130' INT TERM
+
+# Nothing of the real session leaks in, and nothing is written into the real home folder.
+export HOME=$T/home XDG_RUNTIME_DIR=$T/run XDG_CONFIG_HOME=$T/home/.config \
+  XDG_DATA_HOME=$T/home/.local/share XDG_CACHE_HOME=$T/home/.cache SELVAR_HOME=$T/selvar-home
+mkdir -p "$HOME" "$XDG_RUNTIME_DIR" "$SELVAR_HOME"
+chmod 700 "$XDG_RUNTIME_DIR"
+unset WAYLAND_DISPLAY XDG_SESSION_TYPE DBUS_SESSION_BUS_ADDRESS
+export NO_AT_BRIDGE=1 GDK_BACKEND=x11
+
+start_xvfb
+start_openbox
+start_pulse
+start_text_window
+
+source "$E2E_DIR/scenarios.sh"
+if [ "$mode" = --desktop-only ]; then
+  start_asr_server "$ASR_TOOLS" "$ASR_PYTHON"
+  check_desktop
+else
+  start_asr_server "$ASR_TOOLS" "$ASR_PYTHON"
+  run_scenarios
+fi

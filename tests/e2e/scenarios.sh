@@ -1,0 +1,176 @@
+# The checks of the end-to-end test. Sourced by run-e2e.sh once the desktop is up.
+
+SENTENCE="Please send the quarterly report to the finance team before Friday afternoon."
+
+# The desktop alone: typing and pasting reach the text window, and speech played into the
+# sink comes out of the virtual microphone clearly enough to transcribe.
+check_desktop() {
+  xdotool type --delay 20 "hello"
+  wait_for 10 "typed text" grep -qx hello "$T/typed.txt"
+  set_clipboard "from the clipboard"
+  [ "$(clipboard_text)" = "from the clipboard" ] || e2e_fail "clipboard helper"
+  xdotool key --clearmodifiers ctrl+v
+  wait_for 10 "pasted text" grep -q "hellofrom the clipboard" "$T/typed.txt"
+  e2e_say "desktop: typing and pasting reach the text window"
+
+  make_speech "$T/speech.wav" "$SENTENCE"
+  parec --device=e2e_mic --format=s16le --rate=16000 --channels=1 --file-format=wav \
+    "$T/heard.wav" &
+  local recorder=$!
+  sleep 0.3
+  play_speech "$T/speech.wav"
+  stop_pid "$recorder"
+  local text
+  text=$("$SYSTEM_PYTHON" - "$T/heard.wav" <<'PY'
+import json, sys, urllib.request, uuid
+data = open(sys.argv[1], "rb").read()
+boundary = uuid.uuid4().hex
+body = (f"--{boundary}\r\nContent-Disposition: form-data; name=\"file\"; filename=\"a.wav\"\r\n"
+        f"Content-Type: audio/wav\r\n\r\n").encode() + data + f"\r\n--{boundary}--\r\n".encode()
+request = urllib.request.Request("http://127.0.0.1:8020/v1/audio/transcriptions", body,
+                                 {"Content-Type": f"multipart/form-data; boundary={boundary}"})
+print(json.load(urllib.request.urlopen(request, timeout=300))["text"])
+PY
+)
+  local rate
+  rate=$(wer "$SENTENCE" "$text")
+  e2e_say "desktop: the microphone heard \"$text\" (WER $rate)"
+  below 0.2 "$rate" || e2e_fail "the virtual microphone's speech was not understood"
+  screenshot "$artifacts/desktop.png"
+}
+
+# --- Selvar --------------------------------------------------------------------------------
+
+RIGHT_ALT=108 # X key codes of a PC keyboard: the default trigger (right Option) and Escape
+ESCAPE=9
+PREVIOUS_CLIPBOARD="what the user had copied before"
+
+selvar_log() { cat "$SELVAR_HOME/logs/selvar.log" 2>/dev/null; }
+logged() { grep -q -- "$1" "$SELVAR_HOME/logs/selvar.log" 2>/dev/null; }
+log_count() { grep -c -- "$1" "$SELVAR_HOME/logs/selvar.log" 2>/dev/null || true; }
+
+# write_settings JSON: Selvar's settings file, read at start.
+write_settings() {
+  mkdir -p "$SELVAR_HOME/config"
+  printf '%s\n' "$1" >"$SELVAR_HOME/config/settings.json"
+}
+
+settings_for() { # trigger mode
+  printf '{"triggerMode": "%s", "trigger": "rightOption", "dictationEngine": "server-transcription", "restoreClipboard": true, "insertMode": "paste", "historyRetentionDays": 30}' "$1"
+}
+
+start_selvar() {
+  local mode=$1
+  write_settings "$(settings_for "$mode")"
+  spawn selvar "$BUILD/src/selvar"
+  wait_for 60 "Selvar to be ready" logged 'Z ready$'
+  wait_for 20 "the hotkey" logged 'hotkey installed'
+  alive "$PID_selvar" || e2e_fail "Selvar exited at start"
+  focus_text_window
+}
+
+stop_selvar() {
+  stop_pid "$PID_selvar"
+}
+
+key() { "$SYSTEM_PYTHON" "$E2E_DIR/xkey.py" "$1" "$2"; }
+now_s() { "$SYSTEM_PYTHON" -c 'import time; print(f"{time.time():.3f}")'; }
+
+# The pill is up: a mapped window of Selvar's titled "Selvar" that is not the text window.
+pill_visible() { logged 'hud shown at'; }
+
+# Hold the trigger, speak, release: the sentence must arrive in the text window.
+scenario_hold() {
+  e2e_say "hold: speaking with the trigger held"
+  clear_text_window
+  set_clipboard "$PREVIOUS_CLIPBOARD"
+  make_speech "$T/hold.wav" "$SENTENCE"
+  key down $RIGHT_ALT
+  wait_for 10 "the pill to show the recording" pill_visible
+  sleep 0.3
+  screenshot "$artifacts/pill-listening.png"
+  play_speech "$T/hold.wav"
+  sleep 0.3
+  key up $RIGHT_ALT
+  RELEASED_AT=$(now_s)
+  wait_for 180 "the dictated text in the text window" test -s "$T/typed.txt"
+  sleep 0.5 # let a paste that arrives in pieces settle
+  local text rate
+  text=$(typed)
+  rate=$(wer "$SENTENCE" "$text")
+  e2e_say "hold: the window received \"$text\" (WER $rate)"
+  below 0.2 "$rate" || e2e_fail "hold: the text that arrived is too far from what was said"
+  wait_for 5 "the clipboard to be restored" clipboard_is "$PREVIOUS_CLIPBOARD"
+  check_records
+  measure_latency "$text"
+}
+
+clipboard_is() { [ "$(clipboard_text)" = "$1" ]; }
+
+check_records() {
+  local day
+  day=$(date -u +%Y-%m-%d)
+  wait_for 5 "the history entry" test -s "$SELVAR_HOME/history/$day.jsonl"
+  wait_for 5 "the utterance summary" grep -q '"kind":"utterance"' "$SELVAR_HOME/logs/diagnostics.jsonl"
+  grep -q '"name":"hud.show"' "$SELVAR_HOME/logs/diagnostics.jsonl" || e2e_fail "no hud.show event"
+  e2e_say "records: history, diagnostics and the pill's events are there"
+}
+
+# Key release to text, split by the records' own timestamps.
+measure_latency() {
+  "$SYSTEM_PYTHON" "$E2E_DIR/latency.py" --released "$RELEASED_AT" \
+    --events "$T/typed.txt.events" --diagnostics "$SELVAR_HOME/logs/diagnostics.jsonl" \
+    --server-log "$T/asr-server.log" --speech "$T/hold.wav" | tee "$artifacts/latency.txt"
+}
+
+# Cancel pressed twice while recording: nothing is pasted and the clipboard stays.
+scenario_cancel() {
+  e2e_say "cancel: discarding a recording with the cancel key pressed twice"
+  clear_text_window
+  set_clipboard "$PREVIOUS_CLIPBOARD"
+  make_speech "$T/cancel.wav" "This sentence must never reach the window."
+  key down $RIGHT_ALT
+  wait_for 10 "the recording" logged 'trigger down'
+  play_speech "$T/cancel.wav"
+  key down $ESCAPE
+  key up $ESCAPE
+  wait_for 5 "the first cancel press" logged 'armed to discard'
+  sleep 0.3
+  key down $ESCAPE
+  key up $ESCAPE
+  key up $RIGHT_ALT
+  wait_for 5 "the discard" logged 'cancel key pressed twice: discarding the utterance'
+  sleep 3
+  [ ! -s "$T/typed.txt" ] || e2e_fail "cancel: text arrived anyway: $(typed)"
+  clipboard_is "$PREVIOUS_CLIPBOARD" || e2e_fail "cancel: the clipboard changed"
+  e2e_say "cancel: nothing was pasted"
+}
+
+# Hands-free: speech starts the recording and the silence after it ends it.
+scenario_handsfree() {
+  e2e_say "hands-free: speaking without touching a key"
+  clear_text_window
+  wait_for 10 "the hands-free monitor" logged 'hands-free monitor started'
+  make_speech "$T/free.wav" "$HANDSFREE_SENTENCE"
+  play_speech "$T/free.wav"
+  wait_for 20 "the silence to end the utterance" logged 'hands-free: silence, ending the utterance'
+  wait_for 180 "the dictated text in the text window" test -s "$T/typed.txt"
+  sleep 0.5
+  local text rate
+  text=$(typed)
+  rate=$(wer "$HANDSFREE_SENTENCE" "$text")
+  e2e_say "hands-free: the window received \"$text\" (WER $rate)"
+  below 0.2 "$rate" || e2e_fail "hands-free: the text that arrived is too far from what was said"
+}
+
+HANDSFREE_SENTENCE="We will meet at the library tomorrow morning."
+
+run_scenarios() {
+  start_selvar hold
+  scenario_hold
+  scenario_cancel
+  stop_selvar
+  start_selvar automatic
+  scenario_handsfree
+  stop_selvar
+}

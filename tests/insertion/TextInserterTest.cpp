@@ -1,0 +1,178 @@
+#include "insertion/TextInserter.h"
+
+#include "app/Prefs.h"
+#include "insertion/PreviousApplication.h"
+#include "platform/fake/FakeEnvironment.h"
+#include "support/LogText.h"
+
+#include <gtest/gtest.h>
+
+namespace selvar {
+namespace {
+
+using testing::logCount;
+using testing::logHas;
+
+PasteboardItem richItem() {
+  return {{{"public.rtf", {'{', 'r', '}'}}, {FakePasteboard::kPlainText, {'o', 'l', 'd'}}}};
+}
+
+class TextInserterTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    editor = env.workspace.launch(501, "com.example.editor", "Editor");
+    field = env.accessibility.addFocusedField(editor.pid, "body");
+    env.workspace.bringToFront(editor.pid);
+    env.pasteboard.setItem(richItem());
+    PreviousApplication::setSource([this] { return previous; });
+  }
+  void TearDown() override { PreviousApplication::setSource(nullptr); }
+
+  FakeEnvironment env;
+  RunningApp editor;
+  ElementRef field;
+  std::optional<RunningApp> previous;
+};
+
+TEST_F(TextInserterTest, PastesIntoTheAnchoredFieldThenRestoresTheClipboardAfterOneSecond) {
+  auto anchor = FocusAnchor::capture(editor);
+  ASSERT_TRUE(anchor);
+  // The user clicked into another field of the editor while speaking.
+  env.accessibility.addFocusedField(editor.pid, "search");
+
+  TextInserter::insert("hello there", editor, anchor);
+  EXPECT_EQ(env.pasteboard.string(), "hello there");
+  env.queue.advance(0.059);
+  EXPECT_TRUE(env.keys.posted.empty());
+  env.queue.advance(0.001);
+  ASSERT_EQ(env.keys.posted.size(), 1u);
+  EXPECT_EQ(env.keys.posted[0].keyCode, 9);
+  EXPECT_EQ(env.keys.posted[0].flags, 0x100000u);
+  EXPECT_DOUBLE_EQ(env.keys.posted[0].holdSeconds, 0.02);
+  EXPECT_EQ(FakeAccessibility::nameOf(env.accessibility.focused[editor.pid]), "body");
+  EXPECT_EQ(env.accessibility.raisedWindows, std::vector<std::string>{"body window"});
+  ASSERT_FALSE(env.workspace.activations.empty());
+  EXPECT_TRUE(env.workspace.activations.back().ignoringOtherApps);
+  EXPECT_TRUE(logHas("insert: front=com.example.editor selvarActive=false focusRestored=true "
+                     "attempt=0"));
+
+  env.queue.advance(0.999);
+  EXPECT_EQ(env.pasteboard.string(), "hello there");
+  env.queue.advance(0.001);
+  EXPECT_EQ(env.pasteboard.items, PasteboardSnapshot{richItem()});
+}
+
+TEST_F(TextInserterTest, ClipboardOutcomeFollowsTheModeAndThePreference) {
+  struct Case {
+    const char *name;
+    InsertMode mode;
+    bool restore;
+    std::optional<PasteboardSnapshot> before;
+    bool pasted;
+    std::optional<std::string> clipboardAfter; // plain text at the end
+  } cases[] = {
+      {"paste+restore", InsertMode::paste, true, PasteboardSnapshot{richItem()}, true, "old"},
+      {"paste, keep text", InsertMode::paste, false, PasteboardSnapshot{richItem()}, true, "new"},
+      {"copy only", InsertMode::copyOnly, true, PasteboardSnapshot{richItem()}, false, "new"},
+      {"empty clipboard", InsertMode::paste, true, PasteboardSnapshot{}, true, "new"},
+      {"no items list", InsertMode::paste, true, std::nullopt, true, "new"},
+  };
+  for (const auto &c : cases) {
+    env.settings.setValue(PrefKey::insertMode, std::string(rawValue(c.mode)));
+    env.settings.setValue(PrefKey::restoreClipboard, c.restore);
+    env.pasteboard.items = c.before;
+    env.keys.posted.clear();
+    TextInserter::insert("new", editor, std::nullopt);
+    env.queue.advance(5);
+    EXPECT_EQ(env.keys.posted.size(), c.pasted ? 1u : 0u) << c.name;
+    EXPECT_EQ(env.pasteboard.string(), c.clipboardAfter) << c.name;
+  }
+}
+
+TEST_F(TextInserterTest, HandsFocusBackUpToThreeTimesThenPastesWhateverIsInFront) {
+  previous = editor;
+  env.workspace.bringToFront(env.workspace.self.pid);
+  env.workspace.activationsTakeEffect = false;
+  TextInserter::insert("text", std::nullopt, std::nullopt);
+  env.queue.advance(0.06 + 0.15 + 0.15);
+  EXPECT_EQ(env.workspace.activations.size(), 3u);
+  EXPECT_TRUE(env.keys.posted.empty());
+  env.queue.advance(0.15);
+  EXPECT_EQ(env.keys.posted.size(), 1u);
+  EXPECT_EQ(logCount("insert: selvar frontmost with no key window; handing focus back to Editor"),
+            3u);
+  EXPECT_TRUE(logHas("insert: front=app.selvar.Selvar selvarActive=true focusRestored=false "
+                     "attempt=3"));
+}
+
+TEST_F(TextInserterTest, HandBackOnlyWhenSelvarIsInFrontWithoutAWindowAndSomewhereToGo) {
+  struct Case {
+    const char *name;
+    bool selvarInFront, keyWindow, havePrevious, previousQuit;
+    std::size_t handBacks;
+  } cases[] = {
+      {"hand back", true, false, true, false, 1},
+      {"settings window open", true, true, true, false, 0},
+      {"no previous app", true, false, false, false, 0},
+      {"previous app quit", true, false, true, true, 0},
+      {"another app in front", false, false, true, false, 0},
+  };
+  for (const auto &c : cases) {
+    FakeEnvironment local;
+    auto app = local.workspace.launch(600, "com.example.notes", "Notes");
+    local.workspace.bringToFront(c.selvarInFront ? local.workspace.self.pid : app.pid);
+    local.workspace.hasKeyWindow = c.keyWindow;
+    if (c.previousQuit) local.workspace.terminate(app.pid);
+    PreviousApplication::setSource([&]() -> std::optional<RunningApp> {
+      return c.havePrevious ? std::optional(app) : std::nullopt;
+    });
+    TextInserter::insert("x", std::nullopt, std::nullopt);
+    local.queue.advance(1);
+    auto handBacks =
+        std::count_if(local.workspace.activations.begin(), local.workspace.activations.end(),
+                      [](auto &a) { return !a.ignoringOtherApps; });
+    EXPECT_EQ(static_cast<std::size_t>(handBacks), c.handBacks) << c.name;
+    EXPECT_EQ(local.keys.posted.size(), 1u) << c.name;
+  }
+}
+
+TEST_F(TextInserterTest, FocusIsRestoredOnlyForTheAnchoredProcessAndFailuresStillPaste) {
+  auto other = env.workspace.launch(777, "com.example.mail", "Mail");
+  auto anchor = FocusAnchor::capture(editor);
+  TextInserter::insert("a", other, anchor); // anchor of another process than the target
+  env.queue.advance(0.06);
+  EXPECT_TRUE(logHas("focusRestored=false attempt=0"));
+  EXPECT_TRUE(env.accessibility.focusChanges.empty());
+  EXPECT_EQ(env.keys.posted.size(), 1u);
+
+  env.accessibility.failSetFocus = true;
+  TextInserter::insert("b", editor, anchor);
+  env.queue.advance(0.06);
+  EXPECT_EQ(logCount("focusRestored=false attempt=0"), 2u);
+  EXPECT_EQ(env.keys.posted.size(), 2u);
+
+  env.keys.canCreateEvents = false;
+  TextInserter::insert("c", editor, anchor);
+  env.queue.advance(0.06);
+  EXPECT_EQ(env.pasteboard.string(), "c");
+  EXPECT_TRUE(logHas("could not create the paste keystroke"));
+}
+
+TEST(FocusAnchorTest, NeverAnchorsToNothingToSelvarOrToAQuitApp) {
+  FakeEnvironment env;
+  auto app = env.workspace.launch(300, "com.example.term", "Terminal");
+  auto bare = env.workspace.launch(301, "com.example.bare", "Bare");
+  env.accessibility.addFocusedField(app.pid, "prompt");
+  env.accessibility.addFocusedField(env.workspace.self.pid, "settings");
+  EXPECT_FALSE(FocusAnchor::capture(std::nullopt));
+  EXPECT_FALSE(FocusAnchor::capture(env.workspace.self));
+  EXPECT_FALSE(FocusAnchor::capture(bare)); // no readable focused element
+  auto anchor = FocusAnchor::capture(app);
+  ASSERT_TRUE(anchor);
+  EXPECT_EQ(anchor->pid, 300);
+  env.workspace.terminate(app.pid);
+  EXPECT_FALSE(FocusAnchor::capture(app));
+}
+
+} // namespace
+} // namespace selvar
