@@ -63,12 +63,34 @@ typedef void (^dispatch_block_t)(void);
 #define NSEC_PER_SEC 1000000000ull
 typedef long dispatch_queue_priority_t;
 #define DISPATCH_QUEUE_PRIORITY_DEFAULT 0
+typedef enum : unsigned int {
+  QOS_CLASS_USER_INTERACTIVE = 0x21,
+  QOS_CLASS_USER_INITIATED = 0x19,
+  QOS_CLASS_DEFAULT = 0x15,
+  QOS_CLASS_UTILITY = 0x11,
+  QOS_CLASS_BACKGROUND = 0x09,
+  QOS_CLASS_UNSPECIFIED = 0x00,
+} qos_class_t;
 
 dispatch_queue_t dispatch_get_main_queue(void);
 dispatch_queue_t dispatch_get_global_queue(intptr_t identifier, uintptr_t flags);
 void dispatch_async(dispatch_queue_t queue, dispatch_block_t block);
 void dispatch_after(dispatch_time_t when, dispatch_queue_t queue, dispatch_block_t block);
 dispatch_time_t dispatch_time(dispatch_time_t when, int64_t delta);
+
+// Dispatch objects as C++ sees them (without Objective-C object types): sources derive from
+// the common object type.
+struct dispatch_object_s {};
+typedef struct dispatch_object_s *dispatch_object_t;
+struct dispatch_source_s : dispatch_object_s {};
+typedef struct dispatch_source_s *dispatch_source_t;
+typedef const struct dispatch_source_type_s *dispatch_source_type_t;
+extern const struct dispatch_source_type_s _dispatch_source_type_signal;
+#define DISPATCH_SOURCE_TYPE_SIGNAL (&_dispatch_source_type_signal)
+dispatch_source_t dispatch_source_create(dispatch_source_type_t type, uintptr_t handle,
+                                         uintptr_t mask, dispatch_queue_t queue);
+void dispatch_source_set_event_handler(dispatch_source_t source, dispatch_block_t handler);
+void dispatch_resume(dispatch_object_t object);
 
 #endif
 
@@ -288,6 +310,7 @@ void CGEventPost(CGEventTapLocation tap, CGEventRef event);
 + (instancetype)new;
 + (Class)class;
 - (instancetype)init;
+- (id)copy;
 - (id)mutableCopy;
 @end
 
@@ -315,6 +338,13 @@ NSPoint NSMakePoint(CGFloat x, CGFloat y);
 NSSize NSMakeSize(CGFloat w, CGFloat h);
 NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat w, CGFloat h);
 CGFloat NSMidY(NSRect aRect);
+typedef struct NSEdgeInsets {
+  CGFloat top;
+  CGFloat left;
+  CGFloat bottom;
+  CGFloat right;
+} NSEdgeInsets;
+NSEdgeInsets NSEdgeInsetsMake(CGFloat top, CGFloat left, CGFloat bottom, CGFloat right);
 extern const NSRect NSZeroRect;
 
 typedef unsigned short unichar;
@@ -348,6 +378,7 @@ enum { NSUTF8StringEncoding = 4 };
 
 @interface NSArray<__covariant ObjectType> : NSObject <NSCopying, NSFastEnumeration>
 + (instancetype)arrayWithObjects:(const ObjectType[])objects count:(NSUInteger)cnt;
++ (instancetype)arrayWithObject:(ObjectType)anObject;
 @property(readonly) NSUInteger count;
 @property(readonly) ObjectType firstObject;
 - (ObjectType)objectAtIndexedSubscript:(NSUInteger)idx;
@@ -564,10 +595,12 @@ extern NSAppearanceName const NSAppearanceNameDarkAqua;
 @end
 
 typedef CGFloat NSFontWeight;
+extern const NSFontWeight NSFontWeightRegular;
 extern const NSFontWeight NSFontWeightSemibold;
 @interface NSFont : NSObject <NSCopying>
 + (NSFont *)systemFontOfSize:(CGFloat)fontSize;
 + (NSFont *)systemFontOfSize:(CGFloat)fontSize weight:(NSFontWeight)weight;
++ (NSFont *)monospacedSystemFontOfSize:(CGFloat)fontSize weight:(NSFontWeight)weight;
 @end
 
 @interface NSImage : NSObject <NSCopying>
@@ -581,6 +614,17 @@ extern const NSFontWeight NSFontWeightSemibold;
                  accessibilityDescription:(NSString *)description;
 @end
 
+typedef NS_OPTIONS(NSUInteger, NSEventModifierFlags){
+    NSEventModifierFlagShift = 1 << 17,
+    NSEventModifierFlagControl = 1 << 18,
+    NSEventModifierFlagOption = 1 << 19,
+    NSEventModifierFlagCommand = 1 << 20,
+    NSEventModifierFlagDeviceIndependentFlagsMask = 0xffff0000UL,
+};
+typedef NS_OPTIONS(unsigned long long, NSEventMask){
+    NSEventMaskKeyDown = 1ULL << 10,
+};
+
 @interface NSGraphicsContext : NSObject
 @property(class, strong) NSGraphicsContext *currentContext;
 @property(readonly) CGContextRef CGContext;
@@ -588,14 +632,13 @@ extern const NSFontWeight NSFontWeightSemibold;
 
 @interface NSEvent : NSObject <NSCopying>
 @property(class, readonly) NSPoint mouseLocation;
+@property(readonly) unsigned short keyCode;
+@property(readonly) NSEventModifierFlags modifierFlags;
++ (id)addLocalMonitorForEventsMatchingMask:(NSEventMask)mask
+                                   handler:(NSEvent * (^)(NSEvent *event))block;
++ (void)removeMonitor:(id)eventMonitor;
 @end
 
-typedef NS_OPTIONS(NSUInteger, NSEventModifierFlags){
-    NSEventModifierFlagShift = 1 << 17,
-    NSEventModifierFlagControl = 1 << 18,
-    NSEventModifierFlagOption = 1 << 19,
-    NSEventModifierFlagCommand = 1 << 20,
-};
 
 @class NSMenu;
 @interface NSMenuItem : NSObject <NSCopying>
@@ -651,10 +694,14 @@ typedef NS_ENUM(NSInteger, NSUserInterfaceLayoutOrientation){
 
 @interface NSLayoutConstraint : NSObject
 + (void)activateConstraints:(NSArray<NSLayoutConstraint *> *)constraints;
+@property(getter=isActive) BOOL active;
 @end
 
 @interface NSLayoutAnchor<AnchorType> : NSObject <NSCopying>
 - (NSLayoutConstraint *)constraintEqualToAnchor:(NSLayoutAnchor<AnchorType> *)anchor;
+- (NSLayoutConstraint *)constraintEqualToAnchor:(NSLayoutAnchor<AnchorType> *)anchor
+                                       constant:(CGFloat)c;
+- (NSLayoutConstraint *)constraintLessThanOrEqualToAnchor:(NSLayoutAnchor<AnchorType> *)anchor;
 - (NSLayoutConstraint *)constraintGreaterThanOrEqualToAnchor:(NSLayoutAnchor<AnchorType> *)anchor
                                                     constant:(CGFloat)c;
 @end
@@ -664,9 +711,16 @@ typedef NS_ENUM(NSInteger, NSUserInterfaceLayoutOrientation){
 @interface NSLayoutYAxisAnchor : NSLayoutAnchor <NSLayoutYAxisAnchor *>
 @end
 @interface NSLayoutDimension : NSLayoutAnchor <NSLayoutDimension *>
+- (NSLayoutConstraint *)constraintEqualToConstant:(CGFloat)c;
+- (NSLayoutConstraint *)constraintGreaterThanOrEqualToConstant:(CGFloat)c;
 @end
 
-@interface NSView : NSResponder
+typedef NSString *NSUserInterfaceItemIdentifier;
+@protocol NSUserInterfaceItemIdentification
+@property(copy) NSUserInterfaceItemIdentifier identifier;
+@end
+
+@interface NSView : NSResponder <NSUserInterfaceItemIdentification>
 - (instancetype)initWithFrame:(NSRect)frameRect;
 @property NSRect frame;
 @property NSRect bounds;
@@ -677,6 +731,10 @@ typedef NS_ENUM(NSInteger, NSUserInterfaceLayoutOrientation){
 @property BOOL translatesAutoresizingMaskIntoConstraints;
 @property(readonly) NSSize fittingSize;
 @property(readonly) NSSize intrinsicContentSize;
+@property(readonly, strong) NSLayoutXAxisAnchor *leadingAnchor;
+@property(readonly, strong) NSLayoutXAxisAnchor *trailingAnchor;
+@property(readonly, strong) NSLayoutYAxisAnchor *topAnchor;
+@property(readonly, strong) NSLayoutYAxisAnchor *bottomAnchor;
 @property(readonly, strong) NSLayoutXAxisAnchor *centerXAnchor;
 @property(readonly, strong) NSLayoutYAxisAnchor *centerYAnchor;
 @property(readonly, strong) NSLayoutDimension *widthAnchor;
@@ -692,13 +750,84 @@ typedef NS_ENUM(NSInteger, NSUserInterfaceLayoutOrientation){
 @end
 
 @interface NSControl : NSView
+@property NSInteger tag;
+@property(weak) id target;
+@property SEL action;
+@property(getter=isEnabled) BOOL enabled;
 @property(copy) NSString *stringValue;
+@property NSInteger integerValue;
 @property(strong) NSFont *font;
+@end
+
+@protocol NSControlTextEditingDelegate <NSObject>
+@optional
+- (void)controlTextDidEndEditing:(NSNotification *)obj;
+- (void)controlTextDidChange:(NSNotification *)obj;
+@end
+
+@protocol NSTextFieldDelegate <NSControlTextEditingDelegate>
 @end
 
 @interface NSTextField : NSControl
 + (instancetype)labelWithString:(NSString *)stringValue;
++ (instancetype)wrappingLabelWithString:(NSString *)stringValue;
++ (instancetype)textFieldWithString:(NSString *)stringValue;
 @property(copy) NSColor *textColor;
+@property(copy) NSString *placeholderString;
+@property(getter=isEditable) BOOL editable;
+@property(weak) id<NSTextFieldDelegate> delegate;
+@end
+
+@protocol NSTextDelegate <NSObject>
+@optional
+- (void)textDidChange:(NSNotification *)notification;
+@end
+
+@interface NSText : NSView
+@property(copy) NSString *string;
+@property(getter=isEditable) BOOL editable;
+@property(getter=isRichText) BOOL richText;
+@property(strong) NSFont *font;
+@property(getter=isVerticallyResizable) BOOL verticallyResizable;
+@property(weak) id<NSTextDelegate> delegate;
+@end
+
+@protocol NSTextViewDelegate <NSTextDelegate>
+@end
+
+@interface NSTextView : NSText
+@end
+
+typedef NS_ENUM(NSUInteger, NSBorderType){
+    NSNoBorder = 0,
+    NSLineBorder = 1,
+    NSBezelBorder = 2,
+    NSGrooveBorder = 3,
+};
+
+@interface NSClipView : NSView
+@end
+
+@interface NSScrollView : NSView
+@property(strong) NSClipView *contentView;
+@property BOOL drawsBackground;
+@property BOOL hasVerticalScroller;
+@property NSBorderType borderType;
+@property(strong) __kindof NSView *documentView;
+@end
+
+typedef NS_ENUM(NSUInteger, NSSegmentSwitchTracking){
+    NSSegmentSwitchTrackingSelectOne = 0,
+    NSSegmentSwitchTrackingSelectAny = 1,
+    NSSegmentSwitchTrackingMomentary = 2,
+};
+
+@interface NSSegmentedControl : NSControl
++ (instancetype)segmentedControlWithLabels:(NSArray<NSString *> *)labels
+                              trackingMode:(NSSegmentSwitchTracking)trackingMode
+                                    target:(id)target
+                                    action:(SEL)action;
+@property NSInteger selectedSegment;
 @end
 
 @interface NSImageView : NSControl
@@ -706,11 +835,64 @@ typedef NS_ENUM(NSInteger, NSUserInterfaceLayoutOrientation){
 @property(copy) NSColor *contentTintColor;
 @end
 
+typedef NSInteger NSControlStateValue;
+static const NSControlStateValue NSControlStateValueMixed = -1;
+static const NSControlStateValue NSControlStateValueOff = 0;
+static const NSControlStateValue NSControlStateValueOn = 1;
+
+typedef NS_ENUM(NSUInteger, NSBezelStyle){
+    NSBezelStyleRounded = 1,
+    NSBezelStyleDisclosure = 5,
+};
+typedef NS_ENUM(NSUInteger, NSButtonType){
+    NSButtonTypeMomentaryLight = 0,
+    NSButtonTypePushOnPushOff = 1,
+    NSButtonTypeToggle = 2,
+    NSButtonTypeSwitch = 3,
+    NSButtonTypeRadio = 4,
+};
+
 @interface NSButton : NSControl
++ (instancetype)buttonWithTitle:(NSString *)title target:(id)target action:(SEL)action;
++ (instancetype)checkboxWithTitle:(NSString *)title target:(id)target action:(SEL)action;
++ (instancetype)radioButtonWithTitle:(NSString *)title target:(id)target action:(SEL)action;
+@property(copy) NSString *title;
 @property(strong) NSImage *image;
+@property NSControlStateValue state;
+@property NSBezelStyle bezelStyle;
+@property(copy) NSString *keyEquivalent;
+@property NSEventModifierFlags keyEquivalentModifierMask;
+- (void)setButtonType:(NSButtonType)type;
 @end
 
 @interface NSStatusBarButton : NSButton
+@end
+
+@interface NSPopUpButton : NSButton
+- (instancetype)initWithFrame:(NSRect)buttonFrame pullsDown:(BOOL)flag;
+- (void)addItemWithTitle:(NSString *)title;
+- (void)selectItem:(NSMenuItem *)item;
+@property(readonly, strong) NSMenuItem *lastItem;
+@property(readonly, strong) NSMenuItem *selectedItem;
+@end
+
+@interface NSStepper : NSControl
+@property double minValue;
+@property double maxValue;
+@property double increment;
+@end
+
+typedef NS_ENUM(NSUInteger, NSProgressIndicatorStyle){
+    NSProgressIndicatorStyleBar = 0,
+    NSProgressIndicatorStyleSpinning = 1,
+};
+@interface NSProgressIndicator : NSView
+@property NSProgressIndicatorStyle style;
+@property(getter=isIndeterminate) BOOL indeterminate;
+@property double minValue;
+@property double maxValue;
+@property double doubleValue;
+- (void)startAnimation:(id)sender;
 @end
 
 @class NSStatusItem;
@@ -727,6 +909,9 @@ static const CGFloat NSVariableStatusItemLength = -1;
 
 @interface NSStackView : NSView
 + (instancetype)stackViewWithViews:(NSArray<NSView *> *)views;
+- (void)addArrangedSubview:(NSView *)view;
+@property(readonly, copy) NSArray<__kindof NSView *> *arrangedSubviews;
+@property NSEdgeInsets edgeInsets;
 @property NSUserInterfaceLayoutOrientation orientation;
 @property NSLayoutAttribute alignment;
 @property CGFloat spacing;
@@ -768,6 +953,11 @@ typedef NS_OPTIONS(NSUInteger, NSWindowCollectionBehavior){
     NSWindowCollectionBehaviorIgnoresCycle = 1 << 6,
     NSWindowCollectionBehaviorFullScreenAuxiliary = 1 << 8,
 };
+@protocol NSWindowDelegate <NSObject>
+@optional
+- (void)windowWillClose:(NSNotification *)notification;
+@end
+
 typedef NSInteger NSWindowLevel;
 static const NSWindowLevel NSFloatingWindowLevel = 3;
 extern NSNotificationName const NSWindowDidMoveNotification;
@@ -791,6 +981,12 @@ extern NSNotificationName const NSWindowDidMoveNotification;
 @property(strong) NSAppearance *appearance;
 @property(readonly) BOOL canBecomeKeyWindow;
 @property(readonly) BOOL canBecomeMainWindow;
+@property(copy) NSString *title;
+@property(weak) id<NSWindowDelegate> delegate;
+- (void)center;
+- (void)makeKeyAndOrderFront:(id)sender;
+- (void)performClose:(id)sender;
+- (void)close;
 - (void)setFrame:(NSRect)frameRect display:(BOOL)flag;
 - (void)setFrameOrigin:(NSPoint)point;
 - (void)orderFrontRegardless;
@@ -807,8 +1003,23 @@ extern NSNotificationName const NSWindowDidMoveNotification;
 @property(readonly) NSRect visibleFrame;
 @end
 
+@protocol NSApplicationDelegate <NSObject>
+@optional
+- (void)applicationDidFinishLaunching:(NSNotification *)notification;
+- (void)applicationWillTerminate:(NSNotification *)notification;
+@end
+
+typedef NS_ENUM(NSInteger, NSApplicationActivationPolicy){
+    NSApplicationActivationPolicyRegular = 0,
+    NSApplicationActivationPolicyAccessory = 1,
+    NSApplicationActivationPolicyProhibited = 2,
+};
+
 @interface NSApplication : NSResponder
 @property(class, readonly, strong) NSApplication *sharedApplication;
+@property(weak) id<NSApplicationDelegate> delegate;
+- (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)activationPolicy;
+- (void)run;
 @property(readonly, getter=isActive) BOOL active;
 @property(readonly, weak) NSWindow *keyWindow;
 @property(strong) NSMenu *mainMenu;
