@@ -150,7 +150,7 @@ int main(int argc, const char *argv[]) {
     setPlatformCapabilities({true, false});
 
     LoginItemAdapter loginItem;
-    std::unique_ptr<SparkleUpdater> updater = SparkleUpdater::loadFromBundle();
+    std::unique_ptr<SparkleUpdater> updater = SparkleUpdater::fromBundle();
     installShellServices({&loginItem, updater.get()});
     Permissions::installToolRunner(runToolAndWait);
 
