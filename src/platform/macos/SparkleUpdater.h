@@ -7,19 +7,22 @@
 
 #include <memory>
 
+@class NSBundle;
+
 namespace selvar {
 
 class SparkleUpdater : public UpdaterService {
 public:
-  // Nothing when the bundle carries no loadable update framework.
-  static std::unique_ptr<SparkleUpdater> loadFromBundle();
-  explicit SparkleUpdater(Class controllerClass) : controllerClass_(controllerClass) {}
+  // Nothing when the bundle carries no update framework.
+  static std::unique_ptr<SparkleUpdater> fromBundle();
+  explicit SparkleUpdater(NSBundle *framework) : framework_(framework) {}
 
+  // Loads the framework and makes the controller on first use.
   void checkForUpdates() override;
 
 private:
-  Class controllerClass_;
-  id controller_ = nil; // the standard updater controller, made on first use
+  NSBundle *framework_;
+  id controller_ = nil;
 };
 
 } // namespace selvar

@@ -20,34 +20,32 @@
 
 namespace selvar {
 
-std::unique_ptr<SparkleUpdater> SparkleUpdater::loadFromBundle() {
+std::unique_ptr<SparkleUpdater> SparkleUpdater::fromBundle() {
   NSString *frameworks = [NSBundle mainBundle].privateFrameworksPath;
+  if (!frameworks) return nullptr;
   NSBundle *sparkle =
-      frameworks
-          ? [NSBundle
-                bundleWithPath:[frameworks stringByAppendingPathComponent:@"Sparkle.framework"]]
-          : nil;
-  if (!sparkle) return nullptr;
-  NSError *error = nil;
-  if (![sparkle loadAndReturnError:&error]) {
-    Log::write("updater unavailable: " + describe(error));
-    return nullptr;
-  }
-  Class controllerClass = NSClassFromString(@"SPUStandardUpdaterController");
-  if (!controllerClass) {
-    Log::write("updater unavailable: the framework has no standard updater controller");
-    return nullptr;
-  }
-  return std::make_unique<SparkleUpdater>(controllerClass);
+      [NSBundle bundleWithPath:[frameworks stringByAppendingPathComponent:@"Sparkle.framework"]];
+  return sparkle ? std::make_unique<SparkleUpdater>(sparkle) : nullptr;
 }
 
 void SparkleUpdater::checkForUpdates() {
-  // Created on first use, started, with no delegates; the framework shows its own interface.
-  if (!controller_)
-    controller_ = [(id<SLVSparkleStandardUpdaterController>)[controllerClass_ alloc]
+  if (!controller_) {
+    NSError *error = nil;
+    if (![framework_ loadAndReturnError:&error]) {
+      Log::write("updater unavailable: " + describe(error));
+      return;
+    }
+    Class controllerClass = NSClassFromString(@"SPUStandardUpdaterController");
+    if (!controllerClass) {
+      Log::write("updater unavailable: the framework has no standard updater controller");
+      return;
+    }
+    // Started, with no delegates; the framework shows its own interface.
+    controller_ = [(id<SLVSparkleStandardUpdaterController>)[controllerClass alloc]
         initWithStartingUpdater:YES
                 updaterDelegate:nil
              userDriverDelegate:nil];
+  }
   [((id<SLVSparkleStandardUpdaterController>)controller_).updater checkForUpdates];
 }
 
