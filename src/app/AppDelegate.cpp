@@ -95,7 +95,9 @@ void AppDelegate::applicationWillTerminate() {
 }
 
 std::vector<MenuItem> AppDelegate::rebuildMenu() {
-  return StatusMenu::build(subsystems_.statusMenuState());
+  StatusMenuState state = subsystems_.statusMenuState();
+  state.failedRecordingKept = controller_ && controller_->hasFailedRecording();
+  return StatusMenu::build(state);
 }
 
 void AppDelegate::handleMenu(const MenuItem &item) {
@@ -141,16 +143,8 @@ void AppDelegate::pasteRecent(const MenuItem &item) {
 }
 
 void AppDelegate::retryFailedDictation() {
-  std::weak_ptr<bool> alive = alive_;
-  subsystems_.retryFailedDictation([this, alive](TestOutcome outcome) {
-    if (alive.expired()) return;
-    if (outcome.ok) {
-      Log::write("retry failed dictation ok: " + outcome.text);
-    } else {
-      Log::write("retry failed dictation failed: " + outcome.text);
-      if (controller_) controller_->flash(outcome.text);
-    }
-  });
+  // The controller logs the attempt and shows a failure in the pill itself.
+  if (controller_ && controller_->hasFailedRecording()) controller_->retryFailedRecording({});
 }
 
 void AppDelegate::report(const std::string &line) {

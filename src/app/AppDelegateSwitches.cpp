@@ -154,15 +154,16 @@ void AppDelegate::hudPreviewFrame(double startedAt) {
 
 void AppDelegate::retryFailedSwitch() {
   beginEndingSwitch();
-  if (!subsystems_.hasFailedRecording()) {
+  if (!controller_ || !controller_->hasFailedRecording()) {
     report("retry-failed failed: no failed recording is kept");
     return endEndingSwitch();
   }
-  subsystems_.retryFailedDictation([this, alive = std::weak_ptr<bool>(alive_)](TestOutcome r) {
-    if (alive.expired()) return;
-    report(r.ok ? "retry-failed ok: " + r.text : "retry-failed failed: " + r.text);
-    endEndingSwitch();
-  });
+  controller_->retryFailedRecording(
+      [this, alive = std::weak_ptr<bool>(alive_)](bool delivered, const std::string &detail) {
+        if (alive.expired()) return;
+        report(delivered ? "retry-failed ok: " + detail : "retry-failed failed: " + detail);
+        endEndingSwitch();
+      });
 }
 
 } // namespace selvar

@@ -59,9 +59,6 @@ public:
   virtual void transcribeFile(const std::string &path, OutcomeHandler done) = 0;
   // A fresh probe of the transcription server; blocks, so only from background work.
   virtual bool transcriptionServerRunning() = 0;
-  // The kept failed recording, sent again and delivered like a new dictation.
-  virtual bool hasFailedRecording() = 0;
-  virtual void retryFailedDictation(OutcomeHandler done) = 0;
   // A pill of its own for the HUD switches; hiding it records "hud.hide" in the diagnostics.
   virtual std::unique_ptr<HUDControl> makeHUD() = 0;
 };

@@ -2,6 +2,7 @@
 // What the application shell needs of the dictation controller: starting it at launch, the
 // test utterance, paste-last and a short message in the pill.
 
+#include <functional>
 #include <string>
 
 namespace selvar {
@@ -15,6 +16,12 @@ public:
   virtual bool isListening() const = 0;
   virtual void pasteLast() = 0;
   virtual void flash(const std::string &message) = 0;
+  // A server recording that ended without text is kept and can be sent again.
+  virtual bool hasFailedRecording() const = 0;
+  // Sends the newest kept recording again and delivers its text like a new dictation; a
+  // failure shows in the pill and keeps the file. `done` gets the text, or why there is none.
+  using RetryDone = std::function<void(bool delivered, const std::string &textOrReason)>;
+  virtual void retryFailedRecording(RetryDone done) = 0;
 };
 
 } // namespace selvar

@@ -134,7 +134,6 @@ StatusMenuState LiveSubsystems::statusMenuState() {
   state.pasteLastKey = pasteLastKey(PasteShortcutStore::current());
   for (auto &u : History::recentUtterances(static_cast<int>(StatusMenu::kRecentLimit)))
     state.recentTexts.push_back(std::move(u.text));
-  state.failedRecordingKept = hasFailedRecording();
   return state;
 }
 
@@ -198,14 +197,6 @@ void LiveSubsystems::transcribeFile(const std::string &path, OutcomeHandler done
 
 bool LiveSubsystems::transcriptionServerRunning() {
   return LocalServer::isRunning(LocalServer::kTranscriptionID, 0);
-}
-
-bool LiveSubsystems::hasFailedRecording() {
-  return false;
-}
-
-void LiveSubsystems::retryFailedDictation(OutcomeHandler done) {
-  done({false, "no failed recording is kept"});
 }
 
 std::unique_ptr<HUDControl> LiveSubsystems::makeHUD() {

@@ -45,8 +45,6 @@ public:
   void rewriteTest(const std::string &text, OutcomeHandler done) override;
   void transcribeFile(const std::string &path, OutcomeHandler done) override;
   bool transcriptionServerRunning() override;
-  bool hasFailedRecording() override;
-  void retryFailedDictation(OutcomeHandler done) override;
   std::unique_ptr<HUDControl> makeHUD() override;
 
 private:

@@ -69,7 +69,9 @@ public:
   std::optional<std::filesystem::path> lastFailedRecording() const { return lastFailedRecording_; }
   // Sends a kept recording to the transcription server again and delivers its text into the
   // frontmost application. The file is removed once it produced text.
-  void retryFailedRecording(const std::filesystem::path &wav);
+  // `done` (optional) learns the outcome: the delivered text, or why nothing was delivered.
+  using RetryDone = std::function<void(bool delivered, const std::string &textOrReason)>;
+  void retryFailedRecording(const std::filesystem::path &wav, RetryDone done = {});
 
   State state() const { return state_.load(std::memory_order_relaxed); }
   Purpose purpose() const { return purpose_; }

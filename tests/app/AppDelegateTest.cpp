@@ -250,22 +250,43 @@ TEST_F(AppDelegateTest, SeveralEndingSwitchesAllActBeforeTheProcessEnds) {
   EXPECT_EQ(host.terminal.size(), 7u);
 }
 
-TEST_F(AppDelegateTest, RetryFromTheMenuFlashesTheServerErrorOnFailure) {
+TEST_F(AppDelegateTest, TheRetryItemFollowsTheKeptRecording) {
   launch();
-  subsystems.failedKept = true;
-  subsystems.menuState.failedRecordingKept = true;
-  auto menu = host.buildMenu();
-  auto retry = std::find_if(menu.begin(), menu.end(), [](const MenuItem &i) {
-    return i.action == MenuAction::retryFailedDictation;
-  });
-  ASSERT_NE(retry, menu.end());
-  host.menuHandler(*retry);
-  subsystems.complete({false, "the local server could not load its model"});
-  EXPECT_EQ(controller().flashes, Lines{"the local server could not load its model"});
-  EXPECT_TRUE(logHas("retry failed dictation failed: the local server could not load its model"));
-  host.menuHandler(*retry);
-  subsystems.complete({true, "Hello there."});
-  EXPECT_EQ(controller().flashes.size(), 1u);
+  auto retryItem = [&]() -> std::optional<MenuItem> {
+    for (const auto &item : host.buildMenu())
+      if (item.action == MenuAction::retryFailedDictation) return item;
+    return std::nullopt;
+  };
+  EXPECT_FALSE(retryItem());
+  controller().failedKept = true;
+  auto item = retryItem();
+  ASSERT_TRUE(item);
+  host.menuHandler(*item);
+  EXPECT_EQ(controller().retries, 1);
+  EXPECT_EQ(host.terminations, 0);
+}
+
+TEST_F(AppDelegateTest, RetryFailedSwitchReportsTheRetryAndQuits) {
+  struct Case {
+    bool delivered;
+    std::string detail, line;
+  } cases[] = {{true, "Hello there.", "retry-failed ok: Hello there."},
+               {false, "the local server is not running",
+                "retry-failed failed: the local server is not running"}};
+  for (const auto &c : cases) {
+    FakeEnvironment caseEnv;
+    Timeline t;
+    RecordingHost h{t};
+    RecordingSubsystems s{t};
+    s.failedRecordingKept = true;
+    AppDelegate d(h, s, instance, CommandLineOptions::parse({"selvar", "--retry-failed"}));
+    d.applicationDidFinishLaunching();
+    ASSERT_EQ(s.controller->retries, 1);
+    EXPECT_EQ(h.terminations, 0);
+    s.controller->retryDone(c.delivered, c.detail);
+    EXPECT_EQ(h.terminal, Lines{c.line});
+    EXPECT_EQ(h.terminations, 1);
+  }
 }
 
 TEST_F(AppDelegateTest, RecentItemsPasteTheirFullTextAndTheTipFollowsTheTrigger) {

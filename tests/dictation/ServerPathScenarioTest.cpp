@@ -58,11 +58,15 @@ TEST_F(ServerPathScenarioTest, ServerErrorIsFlashedAndTheRecordingKeptForARetry)
   EXPECT_EQ(kept->parent_path(), rig.env.files.dataRoot() / "failed");
   EXPECT_TRUE(logHas("kept the recording of the failed utterance: " + kept->string()));
 
-  rig.controller->retryFailedRecording(*kept);
+  std::optional<std::pair<bool, std::string>> outcome;
+  rig.controller->retryFailedRecording(*kept, [&](bool delivered, const std::string &text) {
+    outcome = {delivered, text};
+  });
   ASSERT_EQ(rig.servers.transcriptions.size(), 2u);
   rig.servers.transcriptions[1].reply({"second time lucky", std::nullopt});
   rig.settle();
   EXPECT_EQ(rig.pasted(), "Second time lucky");
+  EXPECT_EQ(outcome, std::make_pair(true, std::string("Second time lucky")));
   EXPECT_EQ(History::mostRecentText(), "Second time lucky");
   EXPECT_FALSE(fs::exists(*kept));
   EXPECT_FALSE(rig.controller->lastFailedRecording());

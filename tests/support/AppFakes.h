@@ -81,9 +81,17 @@ public:
   bool isListening() const override { return listening; }
   void pasteLast() override { timeline.note("paste last"); }
   void flash(const std::string &message) override { flashes.push_back(message); }
+  bool hasFailedRecording() const override { return failedKept; }
+  void retryFailedRecording(RetryDone done) override {
+    ++retries;
+    retryDone = std::move(done);
+  }
 
   Timeline &timeline;
   bool startsListening = true;
+  bool failedKept = false;
+  int retries = 0;
+  RetryDone retryDone;
   bool listening = false;
   std::vector<double> testSeconds;
   std::vector<std::string> flashes;
@@ -126,6 +134,7 @@ public:
   std::unique_ptr<DictationControl> makeController() override {
     timeline.note("controller created");
     auto c = std::make_unique<RecordingController>(timeline);
+    c->failedKept = failedRecordingKept;
     controller = c.get();
     return c;
   }
@@ -171,11 +180,6 @@ public:
     pending.push_back(std::move(done));
   }
   bool transcriptionServerRunning() override { return serverRunning; }
-  bool hasFailedRecording() override { return failedKept; }
-  void retryFailedDictation(OutcomeHandler done) override {
-    requests.push_back("retry");
-    pending.push_back(std::move(done));
-  }
   std::unique_ptr<HUDControl> makeHUD() override {
     auto h = std::make_unique<RecordingHUD>(timeline);
     hud = h.get();
@@ -212,7 +216,7 @@ public:
   std::optional<std::string> iconError;
   std::vector<std::string> requests;
   bool serverRunning = false;
-  bool failedKept = false;
+  bool failedRecordingKept = false; // for the controller it creates
 };
 
 } // namespace selvar::shelltest
