@@ -18,12 +18,36 @@ def cpu_seconds(pid):
     return (int(fields[11]) + int(fields[12])) / ticks  # utime + stime
 
 
-def rss_mb(pid):
+def wakeups(pid):
+    """Context switches over all threads: a process that polls keeps adding to them."""
+    total = 0
+    for task in os.listdir(f"/proc/{pid}/task"):
+        try:
+            with open(f"/proc/{pid}/task/{task}/status") as f:
+                for line in f:
+                    if "ctxt_switches" in line:
+                        total += int(line.split()[1])
+        except FileNotFoundError:
+            pass
+    return total
+
+
+def memory_mb(pid):
+    """Resident set, its private anonymous part, and the proportional share (PSS)."""
+    out = {}
     with open(f"/proc/{pid}/status") as f:
         for line in f:
-            if line.startswith("VmRSS:"):
-                return int(line.split()[1]) / 1024
-    return float("nan")
+            key = line.split(":")[0]
+            if key in ("VmRSS", "RssAnon"):
+                out[key] = int(line.split()[1]) / 1024
+    try:
+        with open(f"/proc/{pid}/smaps_rollup") as f:
+            for line in f:
+                if line.startswith("Pss:"):
+                    out["Pss"] = int(line.split()[1]) / 1024
+    except FileNotFoundError:
+        pass
+    return out
 
 
 with tempfile.TemporaryDirectory(prefix="selvar-measure-") as home:
@@ -47,13 +71,17 @@ with tempfile.TemporaryDirectory(prefix="selvar-measure-") as home:
         proc.kill()
         sys.exit(f"no ready line (exit status {proc.poll()})")
     time.sleep(1.0)  # let the background engine check finish
-    cpu_before = cpu_seconds(proc.pid)
+    cpu_before, switches_before = cpu_seconds(proc.pid), wakeups(proc.pid)
     time.sleep(idle_seconds)
     cpu_idle = cpu_seconds(proc.pid) - cpu_before
-    rss = rss_mb(proc.pid)
+    switches = wakeups(proc.pid) - switches_before
+    memory = memory_mb(proc.pid)
     proc.send_signal(signal.SIGTERM)
     status = proc.wait(timeout=10)
     print(f"start to ready: {ready * 1000:.0f} ms")
     print(f"idle CPU over {idle_seconds:.0f} s: {cpu_idle:.2f} s ({100 * cpu_idle / idle_seconds:.2f} %)")
-    print(f"resident memory: {rss:.1f} MB")
+    print(f"thread wake-ups while idle: {switches}")
+    print(f"resident memory: {memory.get('VmRSS', float('nan')):.1f} MB "
+          f"(anonymous {memory.get('RssAnon', float('nan')):.1f} MB, "
+          f"proportional {memory.get('Pss', float('nan')):.1f} MB)")
     print(f"exit status after SIGTERM: {status}")

@@ -71,8 +71,12 @@ void open(const std::string &url) {
 bool setEnumChoice(const std::string &key, const std::string &value) {
   if (key == PrefKey::trigger) return storeRaw<Trigger>(value, TriggerStore::setCurrent);
   if (key == PrefKey::cancelKey) return storeRaw<CancelKey>(value, CancelKeyStore::setCurrent);
-  if (key == PrefKey::pasteShortcut)
-    return storeRaw<PasteShortcut>(value, PasteShortcutStore::setCurrent);
+  if (key == PrefKey::pasteShortcut) {
+    // The store posts nothing (the tap reads the chord at each key); the menu shows it.
+    bool stored = storeRaw<PasteShortcut>(value, PasteShortcutStore::setCurrent);
+    if (stored) postTriggerChanged();
+    return stored;
+  }
   if (key == PrefKey::theme) return storeRaw<Palette>(value, Prefs::setTheme);
   if (key == PrefKey::windowTextSize)
     return storeRaw<WindowTextSize>(value, Prefs::setWindowTextSize);

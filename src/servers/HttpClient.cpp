@@ -180,6 +180,9 @@ void HttpClient::Impl::cancelAll() {
     deliver(t->completion, cancelledReply());
 }
 
+// A day: curl_multi_wakeup ends the wait long before, for a new request or for shutdown.
+constexpr int kIdleWaitMs = 24 * 60 * 60 * 1000;
+
 void HttpClient::Impl::run() {
   for (;;) {
     std::deque<std::unique_ptr<Transfer>> fresh;
@@ -195,8 +198,10 @@ void HttpClient::Impl::run() {
     int queued = 0;
     while (CURLMsg *msg = curl_multi_info_read(multi, &queued))
       if (msg->msg == CURLMSG_DONE) finish(msg->easy_handle, msg->data.result);
-    // Wakes for socket activity, curl's own timers, a new request or shutdown.
-    curl_multi_poll(multi, nullptr, 0, 1000, nullptr);
+    // Wakes for socket activity, curl's own timers, a new request or shutdown. With nothing in
+    // flight it sleeps until woken, so an idle application has no periodic wake-up.
+    int waitMs = active.empty() ? kIdleWaitMs : 1000;
+    curl_multi_poll(multi, nullptr, 0, waitMs, nullptr);
   }
   cancelAll();
 }

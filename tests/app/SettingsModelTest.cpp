@@ -65,11 +65,16 @@ TEST_F(SettingsModelTest, EditsAreValidatedAndHaveTheirUsualEffects) {
     bool stored;
     int posts;
   } cases[] = {
-      {PrefKey::theme, "midnight", true, 1},       {PrefKey::theme, "Midnight", false, 0},
-      {PrefKey::triggerMode, "hold", true, 1},     {PrefKey::insertMode, "copyOnly", true, 0},
-      {PrefKey::trigger, "rightCommand", true, 1}, {PrefKey::pillOutline, "#12ab", false, 0},
-      {PrefKey::pillOutline, "#12abef", true, 1},  {PrefKey::windowStyle, "glass", true, 0},
+      {PrefKey::theme, "midnight", true, 1},
+      {PrefKey::theme, "Midnight", false, 0},
+      {PrefKey::triggerMode, "hold", true, 1},
+      {PrefKey::insertMode, "copyOnly", true, 0},
+      {PrefKey::trigger, "rightCommand", true, 1},
+      {PrefKey::pillOutline, "#12ab", false, 0},
+      {PrefKey::pillOutline, "#12abef", true, 1},
+      {PrefKey::windowStyle, "glass", true, 0},
       {PrefKey::stripFillers, "true", false, 0},
+      {PrefKey::pasteShortcut, "disabled", true, 1}, // the menu's chord follows
   };
   for (const auto &c : cases) {
     posts = 0;

@@ -48,6 +48,8 @@ gboolean onQuitSignal(gpointer host) {
 bool openDisplay(int &argc, char **&argv) {
   if (DisplaySession::current() == DisplaySessionKind::wayland && DisplaySession::hasX11Display())
     setenv("GDK_BACKEND", "x11", 0);
+  // Nothing here draws with OpenGL; probing for it maps the GL driver (tens of megabytes).
+  setenv("GDK_GL", "disable", 0);
   if (gtk_init_check(&argc, &argv)) return true;
   std::fputs("selvar: cannot open an X11 display (DISPLAY is not set or unreachable).\n"
              "Selvar needs an X11 desktop; scripts/demo-headless.sh runs without one.\n",

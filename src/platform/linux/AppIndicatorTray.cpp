@@ -8,12 +8,6 @@
 
 namespace selvar {
 
-namespace {
-
-constexpr guint kRefreshSeconds = 2;
-
-} // namespace
-
 AppIndicatorTray::AppIndicatorTray(const std::filesystem::path &iconFile, BuildMenu build,
                                    Chosen chosen)
     : build_(std::move(build)), chosen_(std::move(chosen)) {
@@ -33,11 +27,9 @@ AppIndicatorTray::AppIndicatorTray(const std::filesystem::path &iconFile, BuildM
 #ifdef SELVAR_HAVE_APPINDICATOR
   app_indicator_set_menu(indicator_, GTK_MENU(menu_));
 #endif
-  tick_ = g_timeout_add_seconds(kRefreshSeconds, onTick, this);
 }
 
 AppIndicatorTray::~AppIndicatorTray() {
-  if (tick_) g_source_remove(tick_);
 #ifdef SELVAR_HAVE_APPINDICATOR
   if (indicator_) g_object_unref(indicator_);
 #endif
@@ -57,11 +49,6 @@ void AppIndicatorTray::refresh() {
   if (items == shown_ && !shown_.empty()) return;
   shown_ = std::move(items);
   GtkMenuBuilder::fill(GTK_MENU_SHELL(menu_), shown_, chosen_);
-}
-
-gboolean AppIndicatorTray::onTick(gpointer self) {
-  static_cast<AppIndicatorTray *>(self)->refresh();
-  return G_SOURCE_CONTINUE;
 }
 
 void AppIndicatorTray::onShow(GtkWidget *, gpointer self) {

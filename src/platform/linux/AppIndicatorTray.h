@@ -1,8 +1,8 @@
 #pragma once
 // Selvar's status item on a Linux desktop: an AppIndicator (StatusNotifierItem, or the older
 // system tray where that is all there is) drawing the core's status menu. Desktop trays only
-// ask for the menu once, so it is rebuilt whenever it is shown and, between showings, whenever
-// the core's menu changed. A desktop without any tray simply shows nothing.
+// ask for the menu once, so it is rebuilt whenever it is shown and whenever its owner says the
+// core's menu may have changed (see StatusMenuWatch). A desktop without any tray shows nothing.
 
 #include "platform/MenuModel.h"
 
@@ -32,7 +32,6 @@ public:
   void refresh();
 
 private:
-  static gboolean onTick(gpointer self);
   static void onShow(GtkWidget *, gpointer self);
 
   BuildMenu build_;
@@ -40,7 +39,6 @@ private:
   AppIndicator *indicator_ = nullptr;
   GtkWidget *menu_ = nullptr;
   std::vector<MenuItem> shown_;
-  guint tick_ = 0;
 };
 
 } // namespace selvar

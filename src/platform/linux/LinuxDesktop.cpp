@@ -2,6 +2,7 @@
 
 #include "app/ControllerControl.h"
 #include "app/PillControl.h"
+#include "platform/FileLocations.h"
 #include "platform/linux/DisplaySession.h"
 #include "records/Log.h"
 
@@ -90,6 +91,12 @@ void LinuxDesktop::showTray(LinuxAppHost &host, IconRenderer &icons) {
       icon, [&host] { return host.statusMenu(); },
       [&host](const MenuItem &item) { host.choose(item); });
   tray_->setToolTip(host.statusToolTip());
+  menuWatch_ = std::make_unique<StatusMenuWatch>(
+      std::vector<std::filesystem::path>{Paths::history(), Paths::failedRecordings()},
+      [this, &host] {
+        tray_->setToolTip(host.statusToolTip());
+        tray_->refresh();
+      });
 }
 
 void LinuxDesktop::announceSession(DictationControl *controller) {

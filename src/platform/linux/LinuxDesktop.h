@@ -17,6 +17,7 @@
 #include "platform/linux/LinuxAppHost.h"
 #include "platform/linux/LinuxPermissionAccess.h"
 #include "platform/linux/PulseAudioSystem.h"
+#include "platform/linux/StatusMenuWatch.h"
 #include "platform/linux/UnavailableSpeechRecognition.h"
 #include "platform/linux/X11Accessibility.h"
 #include "platform/linux/X11Clipboard.h"
@@ -62,6 +63,7 @@ private:
   std::unique_ptr<SettingsModel> settingsModel_;
   std::unique_ptr<GtkSettingsWindow> settings_;
   std::unique_ptr<AppIndicatorTray> tray_;
+  std::unique_ptr<StatusMenuWatch> menuWatch_;
 };
 
 } // namespace selvar
