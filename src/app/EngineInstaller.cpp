@@ -61,9 +61,10 @@ void EngineInstaller::install(const std::string &engineId) {
 void EngineInstaller::request(const std::string &engineId, const std::string &model,
                               const std::string &method) {
   std::weak_ptr<bool> alive = alive_;
-  background_([this, alive, engineId, model, method] {
+  // The work may outlive this object on its queue: it carries copies, not members.
+  background_([this, alive, engineId, model, method, server = server_] {
     double timeout = method == "GET" ? kReadTimeout : kStartTimeout;
-    auto state = ModelInstall::request(model, method, timeout, server_);
+    auto state = ModelInstall::request(model, method, timeout, server);
     services().mainQueue->async([this, alive, engineId, model, method, state] {
       if (!alive.expired()) publish(engineId, model, converted(state, method));
     });

@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxDesktop.h"
 
 #include "app/ControllerControl.h"
+#include "app/FeedbackWindowBridge.h"
 #include "app/PillControl.h"
 #include "platform/FileLocations.h"
 #include "platform/linux/DisplaySession.h"
@@ -26,15 +27,6 @@ private:
   PillControl pill_;
 };
 
-// The feedback window's model is not drawn on this desktop yet; the request is recorded.
-class UnavailableFeedbackWindow : public FeedbackWindow {
-public:
-  void show(const std::optional<std::string> &dictated) override {
-    Log::write("feedback window: not available on this desktop" +
-               std::string(dictated ? " (dictated text dropped)" : ""));
-  }
-};
-
 std::filesystem::path statusIconFile() {
   return std::filesystem::path(g_get_user_runtime_dir()) / "selvar" / "icons" / "selvar-status.png";
 }
@@ -42,10 +34,13 @@ std::filesystem::path statusIconFile() {
 } // namespace
 
 LinuxDesktop::LinuxDesktop()
-    : screens_(gdk_display_get_default()),
-      feedback_(std::make_unique<UnavailableFeedbackWindow>()) {}
+    : screens_(gdk_display_get_default()), feedback_(std::make_unique<FeedbackWindowBridge>()) {
+  FeedbackWindowController::installPresenter(&feedbackWindow_);
+}
 
-LinuxDesktop::~LinuxDesktop() = default;
+LinuxDesktop::~LinuxDesktop() {
+  FeedbackWindowController::installPresenter(nullptr);
+}
 
 void LinuxDesktop::install(Services &s) {
   s.audio = &audio_;
@@ -76,8 +71,16 @@ std::unique_ptr<HUDControl> LinuxDesktop::makeHUD() {
 void LinuxDesktop::openSettings(bool expanded) {
   if (!settings_) {
     settingsModel_ = std::make_unique<SettingsModel>();
-    settings_ = std::make_unique<GtkSettingsWindow>(*settingsModel_, nullptr);
+    installer_ = std::make_unique<EngineInstaller>(
+        [this](std::function<void()> work) { installQueue_.async(std::move(work)); },
+        [this](const std::string &id, const EngineInstallState &state) {
+          settingsModel_->setInstallState(id, state);
+          if (settings_) settings_->redraw();
+        });
+    settings_ = std::make_unique<GtkSettingsWindow>(
+        *settingsModel_, [this](const std::string &id) { installer_->install(id); });
   }
+  installer_->refresh();
   settings_->present(expanded);
 }
 
