@@ -1,5 +1,6 @@
 #include "app/AppFocus.h"
 
+#include "insertion/PreviousApplication.h"
 #include "platform/Services.h"
 
 namespace selvar::AppFocus {
@@ -34,6 +35,8 @@ void start() {
   if (!t.workspace) return;
   if (auto front = t.workspace->frontmostApplication()) record(*front);
   t.token = t.workspace->observeActivations([](const RunningApp &app) { record(app); });
+  // The inserter hands the focus back to this application when Selvar itself is in front.
+  PreviousApplication::setSource(lastExternalApplication);
 }
 
 void stop() {

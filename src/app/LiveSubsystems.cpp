@@ -9,9 +9,11 @@
 #include "feedback/FeedbackWindowController.h"
 #include "hotkeys/DictationConflict.h"
 #include "hotkeys/KeyChoices.h"
+#include "insertion/TextInserter.h"
 #include "permissions/Permissions.h"
 #include "platform/MainQueue.h"
 #include "platform/Services.h"
+#include "platform/Workspace.h"
 #include "records/Diagnostics.h"
 #include "records/History.h"
 #include "records/Log.h"
@@ -141,7 +143,11 @@ std::string LiveSubsystems::toolTip() {
   return StatusMenu::toolTip(Prefs::triggerMode(), shortLabel(TriggerStore::current()));
 }
 
-void LiveSubsystems::insertIntoFrontmost(const std::string &) {}
+void LiveSubsystems::insertIntoFrontmost(const std::string &text) {
+  Workspace *workspace = services().workspace;
+  TextInserter::insert(text, workspace ? workspace->frontmostApplication() : std::nullopt,
+                       std::nullopt);
+}
 
 void LiveSubsystems::openSettings(bool expanded) {
   if (parts_.openSettings) parts_.openSettings(expanded);

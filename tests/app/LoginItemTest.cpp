@@ -2,6 +2,7 @@
 
 #include "app/AppFocus.h"
 #include "app/Prefs.h"
+#include "insertion/PreviousApplication.h"
 #include "platform/LoginItemService.h"
 #include "platform/ShellServices.h"
 #include "platform/fake/FakeEnvironment.h"
@@ -95,6 +96,7 @@ TEST(AppFocusTest, OnlyOtherApplicationsAreRemembered) {
   EXPECT_EQ(AppFocus::lastExternalApplication(), editor);
   workspace.activateApp(terminal);
   EXPECT_EQ(AppFocus::lastExternalApplication(), terminal);
+  EXPECT_EQ(PreviousApplication::current(), terminal) << "the inserter sees the same app";
   AppFocus::stop();
   EXPECT_EQ(workspace.observerCount(), 0u);
 }
