@@ -49,7 +49,8 @@ void sendTo(std::shared_ptr<const FeedbackPayload> payload, std::shared_ptr<cons
       return done(SendResult::failure(*reply.error));
     }
     if (reply.isSuccess()) return done(SendResult::success(payload->id));
-    done(SendResult::failureWith(std::in_place_type<FeedbackError>, reply.status));
+    done(SendResult::failureWith(std::in_place_type<FeedbackError>,
+                                 FeedbackError::rejected(reply.status)));
   });
 }
 
