@@ -4,6 +4,8 @@ CPU used while idle, and resident memory. Uses a throw-away SELVAR_HOME, so the 
 settings and records are never touched, and no transcription server is started.
 
 usage: scripts/measure-shell.py [path/to/selvar] [idle-seconds]
+Selvar needs an X11 display; without a desktop session run it as
+  xvfb-run -a dbus-run-session -- scripts/measure-shell.py
 """
 import os, signal, subprocess, sys, tempfile, time
 
