@@ -70,8 +70,9 @@ void AppDelegate::startUp() {
 void AppDelegate::chooseDefaultEngine() {
   if (Prefs::dictationEngineChosen()) return;
   std::weak_ptr<bool> alive = alive_;
-  subsystems_.runInBackground([this, alive] {
-    auto served = subsystems_.servedModel(kServedModelTimeout);
+  // The work may run after this delegate is gone (at quit); it touches only the subsystems.
+  subsystems_.runInBackground([&subsystems = subsystems_, alive] {
+    auto served = subsystems.servedModel(kServedModelTimeout);
     std::string engine = EngineCatalog::defaultEngine(served);
     services().mainQueue->async([alive, served, engine] {
       if (alive.expired() || Prefs::dictationEngineChosen()) return; // picked meanwhile

@@ -84,8 +84,8 @@ void AppDelegate::serverDictateTest(double seconds) {
   // The probe blocks for up to a second, so it runs off the main thread; the line and the
   // recording follow on the main queue in their usual order.
   std::weak_ptr<bool> alive = alive_;
-  subsystems_.runInBackground([this, alive, seconds] {
-    bool running = subsystems_.transcriptionServerRunning();
+  subsystems_.runInBackground([this, &subsystems = subsystems_, alive, seconds] {
+    bool running = subsystems.transcriptionServerRunning();
     services().mainQueue->async([this, alive, seconds, running] {
       if (alive.expired()) return;
       auto stored = services().settings->stringValue(PrefKey::dictationEngine);
