@@ -5,6 +5,8 @@
 #include "app/LoginItem.h"
 #include "app/Prefs.h"
 #include "app/Updater.h"
+#include "feedback/FeedbackSubmitter.h"
+#include "feedback/FeedbackWindowController.h"
 #include "hotkeys/DictationConflict.h"
 #include "hotkeys/KeyChoices.h"
 #include "permissions/Permissions.h"
@@ -13,10 +15,24 @@
 #include "records/Diagnostics.h"
 #include "records/History.h"
 #include "records/Log.h"
+#include "servers/LocalServer.h"
+#include "servers/ModelInstall.h"
+#include "servers/RewriteClient.h"
+#include "servers/TranscriptionClient.h"
+#include "support/Time.h"
+#include "support/Uuid.h"
+
+#include <fstream>
+#include <iterator>
 
 namespace selvar {
 
 namespace {
+
+constexpr const char *kSmokeTestMessage = "client path smoke test from --feedback-test";
+constexpr double kRewriteTestTimeout = 8.0;
+constexpr double kServerStartTimeout = 25.0;
+constexpr const char *kTranscriptionModel = "mlx-community/whisper-large-v3-turbo";
 
 // The paste-last chord as the menu shows it.
 std::optional<KeyEquivalent> pasteLastKey(PasteShortcut shortcut) {
@@ -33,6 +49,37 @@ std::optional<KeyEquivalent> pasteLastKey(PasteShortcut shortcut) {
   return std::nullopt;
 }
 
+// Hands an outcome that may arrive on any thread to the main queue.
+OutcomeHandler onMain(OutcomeHandler done) {
+  return [done = std::move(done)](TestOutcome outcome) {
+    services().mainQueue->async([done, outcome = std::move(outcome)] { done(outcome); });
+  };
+}
+
+TestOutcome outcomeOf(const ServerResult<std::string> &result) {
+  return result.ok() ? TestOutcome{true, result.value()}
+                     : TestOutcome{false, describe(result.error())};
+}
+
+std::optional<std::string> readAudio(const std::string &path, std::string &error) {
+  std::ifstream in(path, std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  if (bytes.empty()) {
+    error = "cannot read " + path + " (missing or empty)";
+    return std::nullopt;
+  }
+  return bytes;
+}
+
+void transcribe(std::shared_ptr<const std::string> audio, const OutcomeHandler &done) {
+  TranscriptionClient::Job job;
+  job.audio = std::move(audio);
+  job.endpoint = LocalServer::transcriptionEndpoint();
+  job.endpoint.model = kTranscriptionModel;
+  TranscriptionClient::tryNext(std::move(job), {{TranscriptionClient::kTranscriptionPath, true}},
+                               [done](ServerResult<std::string> r) { done(outcomeOf(r)); });
+}
+
 } // namespace
 
 LiveSubsystems::LiveSubsystems(Parts parts) : parts_(std::move(parts)) {}
@@ -43,7 +90,9 @@ void LiveSubsystems::installLog() {
 void LiveSubsystems::startFocusTracking() {
   AppFocus::start();
 }
-void LiveSubsystems::flushFeedbackOutbox() {}
+void LiveSubsystems::flushFeedbackOutbox() {
+  FeedbackSubmitter::flushOutbox();
+}
 bool LiveSubsystems::healStaleGrants() {
   return Permissions::healStaleGrants();
 }
@@ -60,8 +109,8 @@ void LiveSubsystems::runInBackground(std::function<void()> work) {
   background_.async(std::move(work));
 }
 
-std::optional<std::string> LiveSubsystems::servedModel(double) {
-  return std::nullopt;
+std::optional<std::string> LiveSubsystems::servedModel(double timeout) {
+  return ModelInstall::servedModel(timeout);
 }
 
 void LiveSubsystems::purgeRecords(int days) {
@@ -76,7 +125,9 @@ std::vector<std::string> LiveSubsystems::runningConflicts() {
   return names;
 }
 
-void LiveSubsystems::stopLaunchedServer() {}
+void LiveSubsystems::stopLaunchedServer() {
+  LocalServer::stopLaunched();
+}
 
 StatusMenuState LiveSubsystems::statusMenuState() {
   StatusMenuState state;
@@ -97,7 +148,10 @@ void LiveSubsystems::openSettings(bool expanded) {
   if (parts_.openSettings) parts_.openSettings(expanded);
 }
 
-void LiveSubsystems::openFeedback(std::optional<std::string>) {}
+void LiveSubsystems::openFeedback(std::optional<std::string> dictated) {
+  FeedbackWindowController::show(std::move(dictated));
+}
+
 void LiveSubsystems::checkForUpdates() {
   Updater::checkForUpdates();
 }
@@ -106,7 +160,16 @@ bool LiveSubsystems::updaterAvailable() {
 }
 
 void LiveSubsystems::sendFeedbackTest(OutcomeHandler done) {
-  done({false, "feedback sending is not available in this build"});
+  FeedbackDraft draft;
+  draft.kind = FeedbackKind::idea;
+  draft.message = kSmokeTestMessage;
+  draft.includeSystemInfo = true;
+  auto report = FeedbackSubmitter::payload(draft, makeUuidString(), formatIso8601(wallNow()));
+  // The submitter already answers on the main queue.
+  FeedbackSubmitter::send(report, [done](FeedbackSubmitter::SendResult r) {
+    done(r.ok() ? TestOutcome{true, r.value()}
+                : TestOutcome{false, FeedbackSubmitter::describe(r.error())});
+  });
 }
 
 std::optional<std::string> LiveSubsystems::writeIconSet(const std::string &folder) {
@@ -114,17 +177,29 @@ std::optional<std::string> LiveSubsystems::writeIconSet(const std::string &folde
   return IconSet::write(folder, *parts_.iconRenderer);
 }
 
-void LiveSubsystems::rewriteTest(const std::string &, OutcomeHandler done) {
-  done({false, "the local server is not running"});
+void LiveSubsystems::rewriteTest(const std::string &text, OutcomeHandler done) {
+  RewriteClient::rewrite(
+      text, LocalServer::rewriteEndpoint(), kRewriteTestTimeout,
+      [done = onMain(std::move(done))](ServerResult<std::string> r) { done(outcomeOf(r)); });
 }
 
-void LiveSubsystems::transcribeFile(const std::string &, OutcomeHandler done) {
-  done({false, "the local server is not running"});
+void LiveSubsystems::transcribeFile(const std::string &path, OutcomeHandler done) {
+  // A file that cannot be read is reported before a server is started for nothing.
+  std::string error;
+  auto bytes = readAudio(path, error);
+  if (!bytes) return done({false, error});
+  auto audio = std::make_shared<const std::string>(std::move(*bytes));
+  OutcomeHandler answer = onMain(std::move(done));
+  LocalServer::start(kServerStartTimeout, kTranscriptionModel, [audio, answer](bool started) {
+    if (!started) return answer({false, ServerError::notRunning().description()});
+    transcribe(audio, answer);
+  });
 }
 
 bool LiveSubsystems::transcriptionServerRunning() {
-  return false;
+  return LocalServer::isRunning(LocalServer::kTranscriptionID, 0);
 }
+
 bool LiveSubsystems::hasFailedRecording() {
   return false;
 }

@@ -83,11 +83,7 @@ TEST_F(HandsFreeScenarioTest, NoNewUtteranceAfterOneUntilTheTriggerModeIsSetAgai
   rig.env.notifications.post(kTriggerChangedNotification);
   rig.env.queue.runUntilIdle();
   EXPECT_TRUE(rig.controller->monitorRunning());
-}
-
-TEST_F(HandsFreeScenarioTest, LeavingAutomaticStopsTheMonitor) {
-  goHandsFree();
-  rig.setMode(TriggerMode::toggle);
+  rig.setMode(TriggerMode::toggle); // leaving automatic stops it
   rig.env.notifications.post(kTriggerChangedNotification);
   rig.env.queue.runUntilIdle();
   EXPECT_FALSE(rig.controller->monitorRunning());

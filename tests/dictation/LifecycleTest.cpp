@@ -9,17 +9,6 @@ namespace {
 
 using State = DictationController::State;
 
-TEST(LifecycleTest, AFreshControllerIsIdleAtGenerationZero) {
-  DictationRig rig;
-  EXPECT_EQ(rig.state(), State::idle);
-  EXPECT_EQ(rig.controller->generation(), 0);
-  EXPECT_DOUBLE_EQ(rig.controller->captureRate(), 48000);
-  EXPECT_FALSE(rig.controller->monitorRunning());
-  EXPECT_FALSE(rig.controller->cancelArmed());
-  EXPECT_FALSE(rig.controller->lastFailedRecording());
-  EXPECT_TRUE(logHas("hotkey installed trigger=rightOption"));
-}
-
 TEST(LifecycleTest, RefusedEntryChecksFlashTheirMessageAndChangeNothing) {
   struct Case {
     const char *message;

@@ -15,6 +15,7 @@ using State = DictationController::State;
 TEST(HotkeyHandlerTest, TapWaitsForAccessibilityAndIsDroppedWhenItIsRevoked) {
   DictationRig rig; // installed at start: trusted
   EXPECT_TRUE(rig.env.keyboardTap.isInstalled());
+  EXPECT_TRUE(logHas("hotkey installed trigger=rightOption"));
 
   rig.env.permissions.accessibility = false;
   rig.env.queue.advance(HotkeyHandler::kRecheckSeconds);

@@ -77,7 +77,7 @@ void installCoreServices(LinuxDesktop &desktop) {
   desktop.install(s);
   installServices(s);
   // No on-device recognizer or system language model on Linux desktops.
-  setPlatformCapabilities({false, false});
+  setPlatformCapabilities({false, false, "Linux"});
 }
 
 } // namespace

@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Builds the test binary with ThreadSanitizer and runs the tests where the audio thread races
+# the main queue (the request box, the WAV recorder, the capture tap and the controller).
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+
+cmake -S . -B build-tsan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSELVAR_TSAN=ON \
+  -DSELVAR_BUILD_BENCH=OFF >/dev/null
+cmake --build build-tsan -j "$(nproc)" --target selvar_tests
+
+export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
+./build-tsan/tests/selvar_tests \
+  --gtest_filter='AudioThread*:RequestBox*:HandsFree*:UtteranceScenario*:ServerPath*'
