@@ -2,6 +2,7 @@
 
 #include "app/PillControl.h"
 #include "dictation/DictationController.h"
+#include "feedback/FeedbackWindowController.h"
 #include "platform/linux/DisplaySession.h"
 #include "records/Log.h"
 
@@ -41,12 +42,11 @@ private:
   PillControl pill_;
 };
 
-// The feedback window's model is not drawn on this desktop yet; the request is recorded.
-class UnavailableFeedbackWindow : public FeedbackWindow {
+// Dictated feedback opens the one feedback window, like the menu's item does.
+class FeedbackWindowOpener : public FeedbackWindow {
 public:
   void show(const std::optional<std::string> &dictated) override {
-    Log::write("feedback window: not available on this desktop" +
-               std::string(dictated ? " (dictated text dropped)" : ""));
+    FeedbackWindowController::show(dictated);
   }
 };
 
@@ -57,10 +57,13 @@ std::filesystem::path statusIconFile() {
 } // namespace
 
 LinuxDesktop::LinuxDesktop()
-    : screens_(gdk_display_get_default()),
-      feedback_(std::make_unique<UnavailableFeedbackWindow>()) {}
+    : screens_(gdk_display_get_default()), feedback_(std::make_unique<FeedbackWindowOpener>()) {
+  FeedbackWindowController::installPresenter(&feedbackWindow_);
+}
 
-LinuxDesktop::~LinuxDesktop() = default;
+LinuxDesktop::~LinuxDesktop() {
+  FeedbackWindowController::installPresenter(nullptr);
+}
 
 void LinuxDesktop::install(Services &s) {
   s.audio = &audio_;
@@ -91,8 +94,16 @@ std::unique_ptr<HUDControl> LinuxDesktop::makeHUD() {
 void LinuxDesktop::openSettings(bool expanded) {
   if (!settings_) {
     settingsModel_ = std::make_unique<SettingsModel>();
-    settings_ = std::make_unique<GtkSettingsWindow>(*settingsModel_, nullptr);
+    settings_ = std::make_unique<GtkSettingsWindow>(
+        *settingsModel_, [this](const std::string &engineId) { installer_->install(engineId); });
+    installer_ = std::make_unique<EngineInstaller>(
+        [this](std::function<void()> work) { installRequests_.async(std::move(work)); },
+        [this](const std::string &engineId, const EngineInstallState &state) {
+          settingsModel_->setInstallState(engineId, state);
+          settings_->redraw();
+        });
   }
+  installer_->refresh();
   settings_->present(expanded);
 }
 

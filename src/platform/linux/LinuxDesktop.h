@@ -4,6 +4,7 @@
 // settings window. The entry point installs it and hands its factories to the shell.
 
 #include "app/DictationControl.h"
+#include "app/EngineInstaller.h"
 #include "app/HUDControl.h"
 #include "app/SettingsModel.h"
 #include "dictation/DictationNeighbours.h"
@@ -12,6 +13,7 @@
 #include "platform/Services.h"
 #include "platform/linux/AppIndicatorTray.h"
 #include "platform/linux/GdkScreens.h"
+#include "platform/linux/GtkFeedbackWindow.h"
 #include "platform/linux/GtkHudPanel.h"
 #include "platform/linux/GtkSettingsWindow.h"
 #include "platform/linux/LinuxAppHost.h"
@@ -23,6 +25,7 @@
 #include "platform/linux/X11KeyboardTap.h"
 #include "platform/linux/X11Workspace.h"
 #include "platform/linux/XTestKeySynthesizer.h"
+#include "support/SerialQueue.h"
 
 #include <memory>
 
@@ -57,10 +60,13 @@ private:
   X11KeyboardTap tap_;
   UnavailableSpeechRecognition speech_;
   LocalServerBridge servers_;
+  GtkFeedbackWindow feedbackWindow_;
   std::unique_ptr<FeedbackWindow> feedback_;
   std::unique_ptr<GtkHudPanel> controllerPanel_;
+  SerialQueue installRequests_;
   std::unique_ptr<SettingsModel> settingsModel_;
   std::unique_ptr<GtkSettingsWindow> settings_;
+  std::unique_ptr<EngineInstaller> installer_;
   std::unique_ptr<AppIndicatorTray> tray_;
 };
 

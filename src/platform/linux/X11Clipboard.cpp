@@ -1,6 +1,5 @@
 #include "platform/linux/X11Clipboard.h"
 
-
 #include <algorithm>
 #include <array>
 #include <string_view>
