@@ -58,33 +58,16 @@ GtkWidget *GtkFeedbackWindow::build() {
   gtk_window_set_position(GTK_WINDOW(window), GTK_WIN_POS_CENTER);
   GtkWidget *box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 8);
   gtk_container_set_border_width(GTK_CONTAINER(box), 16);
-  gtk_box_pack_start(GTK_BOX(box), sectionTitle(FeedbackWindowModel::kHeader), FALSE, FALSE, 0);
-  GtkWidget *subtitle = gtk_label_new(FeedbackWindowModel::kSubtitle);
-  gtk_label_set_xalign(GTK_LABEL(subtitle), 0);
-  gtk_style_context_add_class(gtk_widget_get_style_context(subtitle), "dim-label");
-  gtk_box_pack_start(GTK_BOX(box), subtitle, FALSE, FALSE, 0);
+  gtk_box_pack_start(GTK_BOX(box), header(), FALSE, FALSE, 0);
   gtk_box_pack_start(GTK_BOX(box), sectionTitle(FeedbackWindowModel::kKindSection), FALSE, FALSE,
                      4);
   gtk_box_pack_start(GTK_BOX(box), kindChoice(), FALSE, FALSE, 0);
   gtk_box_pack_start(GTK_BOX(box), sectionTitle(FeedbackWindowModel::kMessageSection), FALSE, FALSE,
                      4);
   gtk_box_pack_start(GTK_BOX(box), messageEditor(), TRUE, TRUE, 0);
-  GtkWidget *email = gtk_entry_new();
-  gtk_entry_set_placeholder_text(GTK_ENTRY(email), FeedbackWindowModel::kEmailPlaceholder);
-  on(email, "changed", [this](gpointer e) {
-    model_->draft.email = gtk_entry_get_text(GTK_ENTRY(e));
-    refresh();
-  });
-  gtk_box_pack_start(GTK_BOX(box), email, FALSE, FALSE, 0);
+  gtk_box_pack_start(GTK_BOX(box), emailField(), FALSE, FALSE, 0);
   gtk_box_pack_start(GTK_BOX(box), toggles(), FALSE, FALSE, 0);
-  GtkWidget *expander = gtk_expander_new(FeedbackWindowModel::kPreviewDisclosure);
-  preview_ = gtk_text_view_new();
-  gtk_text_view_set_editable(GTK_TEXT_VIEW(preview_), FALSE);
-  gtk_text_view_set_monospace(GTK_TEXT_VIEW(preview_), TRUE);
-  gtk_text_view_set_wrap_mode(GTK_TEXT_VIEW(preview_), GTK_WRAP_CHAR);
-  gtk_container_add(GTK_CONTAINER(expander), preview_);
-  on(expander, "activate", [this](gpointer) { model_->showPreview = !model_->showPreview; });
-  gtk_box_pack_start(GTK_BOX(box), expander, FALSE, FALSE, 0);
+  gtk_box_pack_start(GTK_BOX(box), previewDisclosure(), FALSE, FALSE, 0);
   gtk_box_pack_start(GTK_BOX(box), buttons(), FALSE, FALSE, 4);
   status_ = gtk_label_new("");
   gtk_label_set_xalign(GTK_LABEL(status_), 0);
@@ -94,6 +77,38 @@ GtkWidget *GtkFeedbackWindow::build() {
   gtk_container_add(GTK_CONTAINER(scroller), box);
   gtk_container_add(GTK_CONTAINER(window), scroller);
   return window;
+}
+
+GtkWidget *GtkFeedbackWindow::header() {
+  GtkWidget *box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 2);
+  gtk_box_pack_start(GTK_BOX(box), sectionTitle(FeedbackWindowModel::kHeader), FALSE, FALSE, 0);
+  GtkWidget *subtitle = gtk_label_new(FeedbackWindowModel::kSubtitle);
+  gtk_label_set_xalign(GTK_LABEL(subtitle), 0);
+  gtk_style_context_add_class(gtk_widget_get_style_context(subtitle), "dim-label");
+  gtk_box_pack_start(GTK_BOX(box), subtitle, FALSE, FALSE, 0);
+  return box;
+}
+
+GtkWidget *GtkFeedbackWindow::emailField() {
+  GtkWidget *email = gtk_entry_new();
+  gtk_entry_set_placeholder_text(GTK_ENTRY(email), FeedbackWindowModel::kEmailPlaceholder);
+  on(email, "changed", [this](gpointer e) {
+    model_->draft.email = gtk_entry_get_text(GTK_ENTRY(e));
+    refresh();
+  });
+  return email;
+}
+
+// The exact report, kept current with every edit whether or not it is open.
+GtkWidget *GtkFeedbackWindow::previewDisclosure() {
+  GtkWidget *expander = gtk_expander_new(FeedbackWindowModel::kPreviewDisclosure);
+  preview_ = gtk_text_view_new();
+  gtk_text_view_set_editable(GTK_TEXT_VIEW(preview_), FALSE);
+  gtk_text_view_set_monospace(GTK_TEXT_VIEW(preview_), TRUE);
+  gtk_text_view_set_wrap_mode(GTK_TEXT_VIEW(preview_), GTK_WRAP_CHAR);
+  gtk_container_add(GTK_CONTAINER(expander), preview_);
+  on(expander, "activate", [this](gpointer) { model_->showPreview = !model_->showPreview; });
+  return expander;
 }
 
 GtkWidget *GtkFeedbackWindow::kindChoice() {

@@ -21,6 +21,9 @@ public:
 
 private:
   GtkWidget *build();
+  GtkWidget *header();
+  GtkWidget *emailField();
+  GtkWidget *previewDisclosure();
   GtkWidget *kindChoice();
   GtkWidget *messageEditor();
   GtkWidget *toggles();
