@@ -113,8 +113,18 @@ start_asr_server() {
   e2e_say "transcription server ready"
 }
 
-# play_speech WAV: plays into the virtual microphone and returns when it has been heard.
-play_speech() { paplay --latency-msec=30 --device=e2e_speaker "$1"; }
+# play_speech WAV: plays into the virtual microphone and returns when it has been heard. A
+# roomy playback buffer keeps a busy machine from tearing holes into the speech.
+play_speech() { paplay --latency-msec=250 --device=e2e_speaker "$1"; }
+
+# A second ear on the microphone: what it heard goes to the artefacts, so a bad transcript can
+# be told apart from bad audio. start_listening NAME, then stop_listening.
+start_listening() {
+  parec --device=e2e_mic --format=s16le --rate=16000 --channels=1 --file-format=wav \
+    "$artifacts/heard-$1.wav" &
+  LISTENER=$!
+}
+stop_listening() { stop_pid "$LISTENER"; }
 
 # make_speech WAV TEXT
 make_speech() { espeak-ng -v en-us -s 150 -w "$1" "$2"; }

@@ -109,6 +109,7 @@ scenario_hold() {
   clear_text_window
   set_clipboard "$PREVIOUS_CLIPBOARD"
   make_speech "$T/hold.wav" "$SENTENCE"
+  start_listening hold
   key down $RIGHT_ALT
   wait_for 10 "the pill to show the recording" pill_visible
   sleep 0.3
@@ -118,6 +119,7 @@ scenario_hold() {
   play_speech "$T/hold.wav"
   sleep 0.3
   RELEASED_AT=$(key_time up $RIGHT_ALT)
+  stop_listening
   wait_for 180 "the dictated text in the text window" test -s "$T/typed.txt"
   sleep 0.5 # let a paste that arrives in pieces settle
   local text rate
@@ -178,8 +180,10 @@ scenario_handsfree() {
   clear_text_window
   wait_for 10 "the hands-free monitor" logged 'hands-free monitor started'
   make_speech "$T/free.wav" "$HANDSFREE_SENTENCE"
+  start_listening handsfree
   play_speech "$T/free.wav"
   wait_for 20 "the silence to end the utterance" logged 'hands-free: silence, ending the utterance'
+  stop_listening
   wait_for 180 "the dictated text in the text window" test -s "$T/typed.txt"
   sleep 0.5
   local text rate
