@@ -4,6 +4,7 @@
 #include "app/Prefs.h"
 #include "hotkeys/KeyChoices.h"
 #include "platform/NotificationCenter.h"
+#include "platform/PlatformCapabilities.h"
 #include "platform/Services.h"
 #include "platform/SettingsStore.h"
 #include "platform/Workspace.h"
@@ -69,7 +70,10 @@ void open(const std::string &url) {
 }
 
 bool setEnumChoice(const std::string &key, const std::string &value) {
-  if (key == PrefKey::trigger) return storeRaw<Trigger>(value, TriggerStore::setCurrent);
+  if (key == PrefKey::trigger) {
+    if (value == rawValue(Trigger::fnGlobe) && !platformCapabilities().fnKey) return true;
+    return storeRaw<Trigger>(value, TriggerStore::setCurrent);
+  }
   if (key == PrefKey::cancelKey) return storeRaw<CancelKey>(value, CancelKeyStore::setCurrent);
   if (key == PrefKey::pasteShortcut) {
     // The store posts nothing (the tap reads the chord at each key); the menu shows it.

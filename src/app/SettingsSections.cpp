@@ -5,6 +5,7 @@
 #include "app/SettingsModel.h"
 #include "hotkeys/DictationConflict.h"
 #include "hotkeys/KeyChoices.h"
+#include "platform/PlatformCapabilities.h"
 #include "platform/Services.h"
 #include "platform/SettingsStore.h"
 
@@ -99,6 +100,11 @@ SettingsSection dictation() {
   SettingControl trigger = choice(PrefKey::trigger, TriggerStore::current(), "Trigger key",
                                   [](Trigger t) { return label(t); });
   trigger.warning = DictationConflict::warningText(DictationConflict::running());
+  // No Fn key to offer where the keyboard reports none; a stored choice still shows.
+  if (!platformCapabilities().fnKey)
+    std::erase_if(trigger.options, [&trigger](const SettingOption &o) {
+      return o.value == rawValue(Trigger::fnGlobe) && o.value != trigger.selected;
+    });
   return {"Dictation",
           false,
           {trigger, choice(PrefKey::triggerMode, Prefs::triggerMode(), "Trigger mode", modeLabel),

@@ -57,6 +57,21 @@ TEST_F(SettingsModelTest, ControlsShowTheStoredValuesAndTheConflictWarning) {
   EXPECT_EQ(outline->options.back().value, "#ff00aa") << "the custom colour stays choosable";
 }
 
+TEST_F(SettingsModelTest, FnIsOfferedOnlyWhereTheKeyboardHasOne) {
+  setPlatformCapabilities({false, false, "Linux", false});
+  auto values = [this] {
+    std::vector<std::string> out;
+    for (const auto &o : control(PrefKey::trigger)->options)
+      out.push_back(o.value);
+    return out;
+  };
+  EXPECT_EQ(values(), (std::vector<std::string>{"rightOption", "rightCommand", "rightControl"}));
+  model.setChoice(PrefKey::trigger, "fnGlobe");
+  EXPECT_EQ(TriggerStore::current(), Trigger::rightOption) << "not choosable here";
+  env.settings.setValue(PrefKey::trigger, std::string("fnGlobe")); // stored elsewhere
+  EXPECT_EQ(values().back(), "fnGlobe") << "a stored choice still shows";
+}
+
 TEST_F(SettingsModelTest, EditsAreValidatedAndHaveTheirUsualEffects) {
   int posts = 0;
   env.notifications.observe(kTriggerChangedNotification, [&posts] { ++posts; });

@@ -28,11 +28,11 @@ wait_for() {
   done
 }
 
-# spawn NAME COMMAND...: starts a child with its output in $T/NAME.log and remembers it.
+# spawn NAME COMMAND...: starts a child with its output added to $T/NAME.log and remembers it.
 spawn() {
   local name=$1
   shift
-  "$@" >"$T/$name.log" 2>&1 &
+  "$@" >>"$T/$name.log" 2>&1 &
   E2E_PIDS+=("$!")
   eval "PID_${name//-/_}=$!"
 }
@@ -113,8 +113,41 @@ start_asr_server() {
   e2e_say "transcription server ready"
 }
 
-# play_speech WAV: plays into the virtual microphone and returns when it has been heard.
-play_speech() { paplay --latency-msec=30 --device=e2e_speaker "$1"; }
+wav_seconds() { "$SYSTEM_PYTHON" -c 'import sys, wave; w = wave.open(sys.argv[1]); print(w.getnframes() / w.getframerate())' "$1"; }
+
+# play_speech WAV: plays into the virtual microphone and returns when it has been heard. The
+# sound server plays it from its own sample cache, so no client has to keep a playback buffer
+# filled on a busy machine.
+play_speech() {
+  local name="speech-$RANDOM"
+  pactl upload-sample "$1" "$name"
+  pactl play-sample "$name" e2e_speaker
+  sleep "$(awk -v s="$(wav_seconds "$1")" 'BEGIN { print s + 0.15 }')"
+  pactl remove-sample "$name"
+}
+
+# transcribe WAV: what the transcription server makes of a file, bypassing Selvar.
+transcribe() {
+  "$SYSTEM_PYTHON" - "$1" <<'PY'
+import json, sys, urllib.request, uuid
+data = open(sys.argv[1], "rb").read()
+boundary = uuid.uuid4().hex
+body = (f"--{boundary}\r\nContent-Disposition: form-data; name=\"file\"; filename=\"a.wav\"\r\n"
+        f"Content-Type: audio/wav\r\n\r\n").encode() + data + f"\r\n--{boundary}--\r\n".encode()
+request = urllib.request.Request("http://127.0.0.1:8020/v1/audio/transcriptions", body,
+                                 {"Content-Type": f"multipart/form-data; boundary={boundary}"})
+print(json.load(urllib.request.urlopen(request, timeout=300))["text"])
+PY
+}
+
+# A second ear on the microphone: what it heard goes to the artefacts, so a bad transcript can
+# be told apart from bad audio. start_listening NAME, then stop_listening.
+start_listening() {
+  parec --device=e2e_mic --format=s16le --rate=16000 --channels=1 --file-format=wav \
+    "$artifacts/heard-$1.wav" &
+  LISTENER=$!
+}
+stop_listening() { stop_pid "$LISTENER"; }
 
 # make_speech WAV TEXT
 make_speech() { espeak-ng -v en-us -s 150 -w "$1" "$2"; }

@@ -68,8 +68,9 @@ export HOME=$T/home XDG_RUNTIME_DIR=$T/run XDG_CONFIG_HOME=$T/home/.config \
   XDG_DATA_HOME=$T/home/.local/share XDG_CACHE_HOME=$T/home/.cache SELVAR_HOME=$T/selvar-home
 mkdir -p "$HOME" "$XDG_RUNTIME_DIR" "$SELVAR_HOME"
 chmod 700 "$XDG_RUNTIME_DIR"
-unset WAYLAND_DISPLAY XDG_SESSION_TYPE DBUS_SESSION_BUS_ADDRESS
-export NO_AT_BRIDGE=1 GDK_BACKEND=x11
+unset WAYLAND_DISPLAY XDG_SESSION_TYPE
+# A bus address that leads nowhere: nothing may autolaunch a session bus that outlives the test.
+export DBUS_SESSION_BUS_ADDRESS="unix:path=$T/no-session-bus" NO_AT_BRIDGE=1 GDK_BACKEND=x11
 
 start_xvfb
 start_openbox

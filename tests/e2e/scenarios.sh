@@ -21,17 +21,7 @@ check_desktop() {
   play_speech "$T/speech.wav"
   stop_pid "$recorder"
   local text
-  text=$("$SYSTEM_PYTHON" - "$T/heard.wav" <<'PY'
-import json, sys, urllib.request, uuid
-data = open(sys.argv[1], "rb").read()
-boundary = uuid.uuid4().hex
-body = (f"--{boundary}\r\nContent-Disposition: form-data; name=\"file\"; filename=\"a.wav\"\r\n"
-        f"Content-Type: audio/wav\r\n\r\n").encode() + data + f"\r\n--{boundary}--\r\n".encode()
-request = urllib.request.Request("http://127.0.0.1:8020/v1/audio/transcriptions", body,
-                                 {"Content-Type": f"multipart/form-data; boundary={boundary}"})
-print(json.load(urllib.request.urlopen(request, timeout=300))["text"])
-PY
-)
+  text=$(transcribe "$T/heard.wav")
   local rate
   rate=$(wer "$SENTENCE" "$text")
   e2e_say "desktop: the microphone heard \"$text\" (WER $rate)"
@@ -45,9 +35,15 @@ RIGHT_ALT=108 # X key codes of a PC keyboard: the default trigger (right Option)
 ESCAPE=9
 PREVIOUS_CLIPBOARD="what the user had copied before"
 
-selvar_log() { cat "$SELVAR_HOME/logs/selvar.log" 2>/dev/null; }
 logged() { grep -q -- "$1" "$SELVAR_HOME/logs/selvar.log" 2>/dev/null; }
-log_count() { grep -c -- "$1" "$SELVAR_HOME/logs/selvar.log" 2>/dev/null || true; }
+log_count() {
+  local n
+  n=$(grep -c -- "$1" "$SELVAR_HOME/logs/selvar.log" 2>/dev/null)
+  echo "${n:-0}"
+}
+# logged_more PATTERN COUNT: the log has more than COUNT lines matching, so a restarted Selvar's
+# lines are not confused with its predecessor's.
+logged_more() { [ "$(log_count "$1")" -gt "$2" ]; }
 
 # write_settings JSON: Selvar's settings file, read at start.
 write_settings() {
@@ -60,15 +56,13 @@ settings_for() { # trigger mode
 }
 
 start_selvar() {
-  local mode=$1
+  local mode=$1 readies hotkeys
+  readies=$(log_count 'Z ready$')
+  hotkeys=$(log_count 'hotkey installed')
   write_settings "$(settings_for "$mode")"
-  if [ -n "${SELVAR_E2E_GDB:-}" ]; then
-    spawn selvar gdb -batch -ex 'handle SIGTERM nostop pass noprint' -ex run -ex 'thread apply all bt' --args "$BUILD/src/selvar"
-  else
-    spawn selvar "$BUILD/src/selvar"
-  fi
-  wait_for 60 "Selvar to be ready" logged 'Z ready$'
-  wait_for 20 "the hotkey" logged 'hotkey installed'
+  spawn selvar "$BUILD/src/selvar"
+  wait_for 60 "Selvar to be ready" logged_more 'Z ready$' "$readies"
+  wait_for 20 "the hotkey" logged_more 'hotkey installed' "$hotkeys"
   alive "$PID_selvar" || e2e_fail "Selvar exited at start"
   focus_text_window
 }
@@ -103,32 +97,68 @@ check_pill_place() {
     e2e_fail "the pill is not where Selvar placed it"
 }
 
-# Hold the trigger, speak, release: the sentence must arrive in the text window.
-scenario_hold() {
-  e2e_say "hold: speaking with the trigger held"
+# judge NAME SENTENCE: 0 when the window's text is close to what was said; 1 when the
+# microphone heard the sentence right and Selvar still got it wrong; 2 when the microphone
+# itself heard it wrong (a machine too busy to play clean audio), which is not Selvar's fault.
+judge() {
+  local name=$1 sentence=$2 text rate heard
+  text=$(typed)
+  rate=$(wer "$sentence" "$text")
+  e2e_say "$name: the window received \"$text\" (WER $rate)"
+  below 0.2 "$rate" && return 0
+  heard=$(transcribe "$artifacts/heard-$name.wav")
+  e2e_say "$name: the microphone itself heard \"$heard\""
+  below 0.2 "$(wer "$sentence" "$heard")" && return 1
+  return 2
+}
+
+# dictation_checked NAME SENTENCE ATTEMPT: runs the attempt and judges its text, once more when
+# the speech was damaged before it reached the microphone.
+dictation_checked() {
+  local name=$1 sentence=$2 attempt=$3 verdict=0
+  "$attempt"
+  judge "$name" "$sentence" || verdict=$?
+  if [ $verdict -eq 2 ]; then
+    e2e_say "$name: the speech was damaged on its way to the microphone; once more"
+    "$attempt"
+    verdict=0
+    judge "$name" "$sentence" || verdict=$?
+  fi
+  [ $verdict -eq 0 ] || e2e_fail "$name: the text that arrived is too far from what was said"
+}
+
+# Hold the trigger, speak, release.
+hold_attempt() {
   clear_text_window
   set_clipboard "$PREVIOUS_CLIPBOARD"
-  make_speech "$T/hold.wav" "$SENTENCE"
+  start_listening hold
   key down $RIGHT_ALT
   wait_for 10 "the pill to show the recording" pill_visible
   sleep 0.3
   screenshot "$artifacts/pill-listening.png"
   check_pill_place
   [ "$(xdotool getactivewindow)" = "$TEXT_WINDOW" ] || e2e_fail "the pill took the focus"
-  play_speech "$T/hold.wav"
+  play_speech "$T/hold.wav" &
+  local player=$!
+  sleep 2
+  screenshot "$artifacts/pill-speaking.png" # the meter moving with the voice
+  wait "$player"
   sleep 0.3
   RELEASED_AT=$(key_time up $RIGHT_ALT)
+  stop_listening
   wait_for 180 "the dictated text in the text window" test -s "$T/typed.txt"
   sleep 0.5 # let a paste that arrives in pieces settle
-  local text rate
-  text=$(typed)
-  rate=$(wer "$SENTENCE" "$text")
-  e2e_say "hold: the window received \"$text\" (WER $rate)"
-  below 0.2 "$rate" || e2e_fail "hold: the text that arrived is too far from what was said"
+}
+
+# The sentence arrives in the text window, the clipboard comes back, the records are written.
+scenario_hold() {
+  e2e_say "hold: speaking with the trigger held"
+  make_speech "$T/hold.wav" "$SENTENCE"
+  dictation_checked hold "$SENTENCE" hold_attempt
   wait_for 5 "the clipboard to be restored" clipboard_is "$PREVIOUS_CLIPBOARD" ||
     e2e_fail "the clipboard holds \"$(clipboard_text)\" with targets: $(clipboard_targets | tr '\n' ' ')"
   check_records
-  measure_latency "$text"
+  measure_latency
 }
 
 clipboard_is() { [ "$(clipboard_text)" = "$1" ]; }
@@ -172,21 +202,29 @@ scenario_cancel() {
   e2e_say "cancel: nothing was pasted"
 }
 
-# Hands-free: speech starts the recording and the silence after it ends it.
-scenario_handsfree() {
-  e2e_say "hands-free: speaking without touching a key"
+# Speech starts the recording and the silence after it ends it. The monitor listens again only
+# after a restart, so each attempt runs its own Selvar.
+handsfree_attempt() {
+  local armed ended
+  armed=$(log_count 'hands-free monitor started')
+  ended=$(log_count 'hands-free: silence, ending the utterance')
+  start_selvar automatic
   clear_text_window
-  wait_for 10 "the hands-free monitor" logged 'hands-free monitor started'
-  make_speech "$T/free.wav" "$HANDSFREE_SENTENCE"
+  wait_for 10 "the hands-free monitor" logged_more 'hands-free monitor started' "$armed"
+  start_listening hands-free
   play_speech "$T/free.wav"
-  wait_for 20 "the silence to end the utterance" logged 'hands-free: silence, ending the utterance'
+  wait_for 20 "the silence to end the utterance" \
+    logged_more 'hands-free: silence, ending the utterance' "$ended"
+  stop_listening
   wait_for 180 "the dictated text in the text window" test -s "$T/typed.txt"
   sleep 0.5
-  local text rate
-  text=$(typed)
-  rate=$(wer "$HANDSFREE_SENTENCE" "$text")
-  e2e_say "hands-free: the window received \"$text\" (WER $rate)"
-  below 0.2 "$rate" || e2e_fail "hands-free: the text that arrived is too far from what was said"
+  stop_selvar
+}
+
+scenario_handsfree() {
+  e2e_say "hands-free: speaking without touching a key"
+  make_speech "$T/free.wav" "$HANDSFREE_SENTENCE"
+  dictation_checked hands-free "$HANDSFREE_SENTENCE" handsfree_attempt
 }
 
 HANDSFREE_SENTENCE="We will meet at the library tomorrow morning."
@@ -196,7 +234,5 @@ run_scenarios() {
   scenario_hold
   scenario_cancel
   stop_selvar
-  start_selvar automatic
   scenario_handsfree
-  stop_selvar
 }

@@ -78,8 +78,8 @@ void installCoreServices(LinuxDesktop &desktop) {
   s.audioConverters = &converters;
   desktop.install(s);
   installServices(s);
-  // No on-device recognizer or system language model on Linux desktops.
-  setPlatformCapabilities({false, false, "Linux"});
+  // No on-device recognizer, system language model or Fn key on Linux desktops.
+  setPlatformCapabilities({false, false, "Linux", false});
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #pragma once
-// The feedback window in plain GTK 3, drawn from the core's feedback model: the kind, the
-// message, an optional email, what to attach, the exact report behind a disclosure, and the
-// send button with its status line. One window at a time; closing it drops the draft.
+// The feedback window in plain GTK 3, drawn from the core's feedback model: kind, message,
+// email, the three attachments, the exact report behind a disclosure, and Send with its status.
+// Every edit goes into the model's draft and the dependent parts (preview, Send) follow it.
 
 #include "feedback/FeedbackWindowController.h"
 
@@ -20,24 +20,24 @@ public:
   void close() override;
 
 private:
-  void build();
-  GtkWidget *kindRow();
+  GtkWidget *build();
+  GtkWidget *header();
+  GtkWidget *emailField();
+  GtkWidget *previewDisclosure();
+  GtkWidget *kindChoice();
   GtkWidget *messageEditor();
-  GtkWidget *attachments();
-  GtkWidget *buttonRow();
-  // Brings the button, status and preview in line with the model.
-  void update();
+  GtkWidget *toggles();
+  GtkWidget *buttons();
+  void refresh();
   void send();
-  static gboolean onDelete(GtkWidget *, GdkEvent *, gpointer self);
+  static void onDestroy(GtkWidget *, gpointer self);
 
   std::shared_ptr<FeedbackWindowModel> model_;
   std::function<void()> onClose_;
   GtkWidget *window_ = nullptr;
+  GtkWidget *preview_ = nullptr;
   GtkWidget *send_ = nullptr;
   GtkWidget *status_ = nullptr;
-  GtkWidget *thanks_ = nullptr;
-  GtkWidget *preview_ = nullptr;
-  GtkWidget *expander_ = nullptr;
 };
 
 } // namespace selvar

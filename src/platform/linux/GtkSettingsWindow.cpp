@@ -181,78 +181,97 @@ GtkWidget *GtkSettingsWindow::controlRow(const SettingControl &control) {
 }
 
 GtkWidget *GtkSettingsWindow::controlWidget(const SettingControl &control) {
-  const std::string key = control.key;
   switch (control.kind) {
-  case SettingControl::Kind::toggle: {
-    GtkWidget *sw = gtk_switch_new();
-    gtk_switch_set_active(GTK_SWITCH(sw), control.isOn);
-    gtk_widget_set_valign(sw, GTK_ALIGN_CENTER);
-    auto changed = [this, key](bool on) { later([this, key, on] { model_.setToggle(key, on); }); };
-    connect(sw, "notify::active", std::function<void(bool)>(changed),
-            G_CALLBACK(+[](GObject *sw, GParamSpec *, gpointer data) {
-              (*static_cast<std::function<void(bool)> *>(data))(
-                  gtk_switch_get_active(GTK_SWITCH(sw)));
-            }));
-    return sw;
-  }
-  case SettingControl::Kind::choice: {
-    GtkWidget *combo = gtk_combo_box_text_new();
-    for (const SettingOption &option : control.options)
-      gtk_combo_box_text_append(GTK_COMBO_BOX_TEXT(combo), option.value.c_str(),
-                                option.label.c_str());
-    gtk_combo_box_set_active_id(GTK_COMBO_BOX(combo), control.selected.c_str());
-    auto changed = [this, key](std::string value) {
-      later([this, key, value] { model_.setChoice(key, value); });
-    };
-    connect(combo, "changed", std::function<void(std::string)>(changed),
-            G_CALLBACK(+[](GtkComboBox *combo, gpointer data) {
-              if (const char *id = gtk_combo_box_get_active_id(combo))
-                (*static_cast<std::function<void(std::string)> *>(data))(id);
-            }));
-    return combo;
-  }
-  case SettingControl::Kind::stepper: {
-    GtkWidget *box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
-    GtkWidget *spin = gtk_spin_button_new_with_range(double(control.minimum),
-                                                     double(control.maximum), double(control.step));
-    gtk_spin_button_set_value(GTK_SPIN_BUTTON(spin), double(control.number));
-    auto changed = [this, key](std::int64_t value) {
-      later([this, key, value] { model_.setNumber(key, value); });
-    };
-    connect(spin, "value-changed", std::function<void(std::int64_t)>(changed),
-            G_CALLBACK(+[](GtkSpinButton *spin, gpointer data) {
-              (*static_cast<std::function<void(std::int64_t)> *>(data))(
-                  gtk_spin_button_get_value_as_int(spin));
-            }));
-    gtk_box_pack_start(GTK_BOX(box), spin, FALSE, FALSE, 0);
-    if (!control.unit.empty())
-      gtk_box_pack_start(GTK_BOX(box), label(control.unit), FALSE, FALSE, 0);
-    return box;
-  }
-  case SettingControl::Kind::text: {
-    GtkWidget *entry = gtk_entry_new();
-    gtk_entry_set_text(GTK_ENTRY(entry), control.text.c_str());
-    auto changed = [this, key](std::string text) { model_.setText(key, text); };
-    connect(entry, "changed", std::function<void(std::string)>(changed),
-            G_CALLBACK(+[](GtkEditable *entry, gpointer data) {
-              (*static_cast<std::function<void(std::string)> *>(data))(
-                  gtk_entry_get_text(GTK_ENTRY(entry)));
-            }));
-    return entry;
-  }
-  case SettingControl::Kind::keyBinding: {
-    GtkWidget *box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
-    GtkWidget *record = gtk_button_new_with_label(control.text.c_str());
-    gtk_widget_set_tooltip_text(record, "Click, then press the key (with its modifiers)");
-    onClicked(record, [this, key, record] { startRecording(key, record); });
-    GtkWidget *clear = gtk_button_new_with_label("Clear");
-    onClicked(clear, [this, key] { later([this, key] { model_.setBinding(key, std::nullopt); }); });
-    gtk_box_pack_start(GTK_BOX(box), record, FALSE, FALSE, 0);
-    gtk_box_pack_start(GTK_BOX(box), clear, FALSE, FALSE, 0);
-    return box;
-  }
+  case SettingControl::Kind::toggle:
+    return toggleWidget(control);
+  case SettingControl::Kind::choice:
+    return choiceWidget(control);
+  case SettingControl::Kind::stepper:
+    return stepperWidget(control);
+  case SettingControl::Kind::text:
+    return textWidget(control);
+  case SettingControl::Kind::keyBinding:
+    return bindingWidget(control);
   }
   return gtk_label_new("");
+}
+
+GtkWidget *GtkSettingsWindow::toggleWidget(const SettingControl &control) {
+  GtkWidget *sw = gtk_switch_new();
+  gtk_switch_set_active(GTK_SWITCH(sw), control.isOn);
+  gtk_widget_set_valign(sw, GTK_ALIGN_CENTER);
+  const std::string key = control.key;
+  auto changed = [this, key](bool on) { later([this, key, on] { model_.setToggle(key, on); }); };
+  connect(sw, "notify::active", std::function<void(bool)>(changed),
+          G_CALLBACK(+[](GObject *sw, GParamSpec *, gpointer data) {
+            (*static_cast<std::function<void(bool)> *>(data))(
+                gtk_switch_get_active(GTK_SWITCH(sw)));
+          }));
+  return sw;
+}
+
+GtkWidget *GtkSettingsWindow::choiceWidget(const SettingControl &control) {
+  GtkWidget *combo = gtk_combo_box_text_new();
+  for (const SettingOption &option : control.options)
+    gtk_combo_box_text_append(GTK_COMBO_BOX_TEXT(combo), option.value.c_str(),
+                              option.label.c_str());
+  gtk_combo_box_set_active_id(GTK_COMBO_BOX(combo), control.selected.c_str());
+  const std::string key = control.key;
+  auto changed = [this, key](std::string value) {
+    later([this, key, value] { model_.setChoice(key, value); });
+  };
+  connect(combo, "changed", std::function<void(std::string)>(changed),
+          G_CALLBACK(+[](GtkComboBox *combo, gpointer data) {
+            if (const char *id = gtk_combo_box_get_active_id(combo))
+              (*static_cast<std::function<void(std::string)> *>(data))(id);
+          }));
+  return combo;
+}
+
+GtkWidget *GtkSettingsWindow::stepperWidget(const SettingControl &control) {
+  GtkWidget *box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
+  GtkWidget *spin = gtk_spin_button_new_with_range(double(control.minimum), double(control.maximum),
+                                                   double(control.step));
+  gtk_spin_button_set_value(GTK_SPIN_BUTTON(spin), double(control.number));
+  const std::string key = control.key;
+  auto changed = [this, key](std::int64_t value) {
+    later([this, key, value] { model_.setNumber(key, value); });
+  };
+  connect(spin, "value-changed", std::function<void(std::int64_t)>(changed),
+          G_CALLBACK(+[](GtkSpinButton *spin, gpointer data) {
+            (*static_cast<std::function<void(std::int64_t)> *>(data))(
+                gtk_spin_button_get_value_as_int(spin));
+          }));
+  gtk_box_pack_start(GTK_BOX(box), spin, FALSE, FALSE, 0);
+  if (!control.unit.empty()) gtk_box_pack_start(GTK_BOX(box), label(control.unit), FALSE, FALSE, 0);
+  return box;
+}
+
+// Typed text goes to the model as it is typed, without a redraw that would take the focus.
+GtkWidget *GtkSettingsWindow::textWidget(const SettingControl &control) {
+  GtkWidget *entry = gtk_entry_new();
+  gtk_entry_set_text(GTK_ENTRY(entry), control.text.c_str());
+  const std::string key = control.key;
+  auto changed = [this, key](std::string text) { model_.setText(key, text); };
+  connect(entry, "changed", std::function<void(std::string)>(changed),
+          G_CALLBACK(+[](GtkEditable *entry, gpointer data) {
+            (*static_cast<std::function<void(std::string)> *>(data))(
+                gtk_entry_get_text(GTK_ENTRY(entry)));
+          }));
+  return entry;
+}
+
+GtkWidget *GtkSettingsWindow::bindingWidget(const SettingControl &control) {
+  GtkWidget *box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
+  GtkWidget *record = gtk_button_new_with_label(control.text.c_str());
+  gtk_widget_set_tooltip_text(record, "Click, then press the key (with its modifiers)");
+  const std::string key = control.key;
+  onClicked(record, [this, key, record] { startRecording(key, record); });
+  GtkWidget *clear = gtk_button_new_with_label("Clear");
+  onClicked(clear, [this, key] { later([this, key] { model_.setBinding(key, std::nullopt); }); });
+  gtk_box_pack_start(GTK_BOX(box), record, FALSE, FALSE, 0);
+  gtk_box_pack_start(GTK_BOX(box), clear, FALSE, FALSE, 0);
+  return box;
 }
 
 void GtkSettingsWindow::startRecording(const std::string &key, GtkWidget *button) {

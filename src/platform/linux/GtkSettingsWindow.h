@@ -32,6 +32,11 @@ private:
   GtkWidget *sectionCard(const SettingsSection &section);
   GtkWidget *controlRow(const SettingControl &control);
   GtkWidget *controlWidget(const SettingControl &control);
+  GtkWidget *toggleWidget(const SettingControl &control);
+  GtkWidget *choiceWidget(const SettingControl &control);
+  GtkWidget *stepperWidget(const SettingControl &control);
+  GtkWidget *textWidget(const SettingControl &control);
+  GtkWidget *bindingWidget(const SettingControl &control);
   GtkWidget *engineCard(const char *title, const std::vector<EngineRow> &rows, bool dictation);
   GtkWidget *permissionCard();
   GtkWidget *filesCard();

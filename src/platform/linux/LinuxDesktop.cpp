@@ -4,6 +4,8 @@
 #include "app/FeedbackWindowBridge.h"
 #include "app/PillControl.h"
 #include "platform/FileLocations.h"
+#include "dictation/DictationController.h"
+#include "feedback/FeedbackWindowController.h"
 #include "platform/linux/DisplaySession.h"
 #include "records/Log.h"
 

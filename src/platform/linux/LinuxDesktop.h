@@ -61,14 +61,14 @@ private:
   X11KeyboardTap tap_;
   UnavailableSpeechRecognition speech_;
   LocalServerBridge servers_;
-  std::unique_ptr<FeedbackWindow> feedback_;
   GtkFeedbackWindow feedbackWindow_;
+  std::unique_ptr<FeedbackWindow> feedback_;
   std::unique_ptr<GtkHudPanel> controllerPanel_;
   std::unique_ptr<SettingsModel> settingsModel_;
   // Model downloads are read off the main loop, one request at a time.
   SerialQueue installQueue_;
-  std::unique_ptr<EngineInstaller> installer_;
   std::unique_ptr<GtkSettingsWindow> settings_;
+  std::unique_ptr<EngineInstaller> installer_;
   std::unique_ptr<AppIndicatorTray> tray_;
   std::unique_ptr<StatusMenuWatch> menuWatch_;
 };

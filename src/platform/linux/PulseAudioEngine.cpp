@@ -18,11 +18,14 @@ constexpr const char *kEchoCancelDriver = "module-echo-cancel.c";
 
 PulseAudioEngine::PulseAudioEngine() = default;
 
+// Requests still in flight carry this engine as their context; ending the connection here,
+// before any member goes, makes sure none of them lands.
 PulseAudioEngine::~PulseAudioEngine() {
   PulseConnection::Lock lock(connection_);
   closeStream();
   if (connection_.context())
     pa_context_set_subscribe_callback(connection_.context(), nullptr, nullptr);
+  connection_.disconnect();
 }
 
 // The source capture reads: the echo canceller's when voice processing is on, else the

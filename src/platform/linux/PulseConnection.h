@@ -48,6 +48,8 @@ public:
   std::optional<PulseSource> source(const std::string &name);
   std::vector<PulseSource> sources();
 
+  // Ends the connection; afterwards no callback of it runs. Call with the lock held.
+  void disconnect() { dropContext(); }
   // Waits for the event thread's signal; call with the lock held.
   void wait() { pa_threaded_mainloop_wait(loop_); }
   void signal() { pa_threaded_mainloop_signal(loop_, 0); }

@@ -64,13 +64,13 @@ bool X11Clipboard::ownedHere() const {
 std::optional<PasteboardSnapshot> X11Clipboard::snapshot() const {
   if (!reader_.isOpen() || reader_.owner("CLIPBOARD") == None) return std::nullopt;
   if (ownedHere()) return PasteboardSnapshot{held_};
+  std::vector<std::string> targets = reader_.targets("CLIPBOARD");
+  std::erase_if(targets, isMeta);
+  auto replies = reader_.read("CLIPBOARD", targets);
   PasteboardItem item;
-  for (const std::string &target : reader_.targets("CLIPBOARD")) {
-    if (isMeta(target)) continue;
-    auto data = reader_.read("CLIPBOARD", target);
-    if (data && data->format == 8)
-      item.representations.emplace_back(target, std::move(data->bytes));
-  }
+  for (std::size_t i = 0; i < targets.size(); ++i)
+    if (replies[i] && replies[i]->format == 8)
+      item.representations.emplace_back(targets[i], std::move(replies[i]->bytes));
   if (item.representations.empty()) return PasteboardSnapshot{};
   return PasteboardSnapshot{std::move(item)};
 }
@@ -113,9 +113,9 @@ std::optional<std::string> X11Clipboard::string() const {
         return std::string(bytes.begin(), bytes.end());
     return std::nullopt;
   }
-  auto data = reader_.read("CLIPBOARD", "UTF8_STRING");
-  if (!data || data->format != 8) return std::nullopt;
-  return std::string(data->bytes.begin(), data->bytes.end());
+  auto data = reader_.read("CLIPBOARD", {"UTF8_STRING"});
+  if (!data[0] || data[0]->format != 8) return std::nullopt;
+  return std::string(data[0]->bytes.begin(), data[0]->bytes.end());
 }
 
 } // namespace selvar

@@ -26,9 +26,10 @@ unsigned int xModifiers(std::uint64_t flags) {
 // Lock-style modifiers (Caps Lock, Num Lock) never change what a key means.
 constexpr unsigned int kLockModifiers[] = {0, LockMask, Mod2Mask, LockMask | Mod2Mask};
 
-// A key with no required modifier is claimed under any modifiers. One that needs modifiers is
-// claimed under every combination that includes them; a chord only under exactly its own,
-// give or take the lock modifiers.
+// A key is claimed under every modifier combination that includes the ones it needs (all of
+// them when it needs none: one by one rather than with AnyModifier, so that another program's
+// grab of, say, Alt+Escape costs only that combination); a chord only under exactly its own
+// modifiers, give or take the lock modifiers.
 std::vector<unsigned int> grabCombinations(const SwallowedKey &key) {
   const unsigned int required = xModifiers(key.requiredFlags);
   if (key.exactModifiers) {
@@ -37,7 +38,6 @@ std::vector<unsigned int> grabCombinations(const SwallowedKey &key) {
       out.push_back(required | lock);
     return out;
   }
-  if (required == 0) return {AnyModifier};
   std::vector<unsigned int> out;
   for (unsigned int mods = 0; mods < 256; ++mods)
     if ((mods & required) == required) out.push_back(mods);
@@ -111,9 +111,10 @@ void X11KeyboardTap::grab(const SwallowedKey &key, bool on) {
     else
       XUngrabKey(display_, *x11, mods, root);
   }
-  if (trap.finish() && on)
-    Log::write("hotkey: could not claim key " + std::to_string(key.keyCode) +
-               " (another program holds it); it also reaches the focused window");
+  const int refused = trap.errors();
+  if (refused && on)
+    Log::write("hotkey: another program holds key " + std::to_string(key.keyCode) + " with " +
+               std::to_string(refused) + " modifier combinations; those also reach the window");
 }
 
 void X11KeyboardTap::setSwallowedKeys(std::vector<SwallowedKey> keys) {

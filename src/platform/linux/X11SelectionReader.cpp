@@ -3,6 +3,7 @@
 #include "platform/linux/X11Support.h"
 
 #include <X11/Xatom.h>
+#include <algorithm>
 #include <chrono>
 #include <poll.h>
 
@@ -10,7 +11,7 @@ namespace selvar {
 
 namespace {
 
-constexpr long long kConvertMs = 400; // for the owner to answer one request
+constexpr long long kConvertMs = 400; // for the owner to answer every request
 constexpr long long kChunkMs = 400;   // between two pieces of a large transfer
 constexpr std::size_t kMaxBytes = 64 << 20;
 
@@ -29,7 +30,7 @@ X11SelectionReader::X11SelectionReader() {
   attributes.event_mask = PropertyChangeMask;
   window_ = XCreateWindow(display_, DefaultRootWindow(display_), -10, -10, 1, 1, 0, 0, InputOnly,
                           CopyFromParent, CWEventMask, &attributes);
-  property_ = X11Windows::atom(display_, "SELVAR_SELECTION");
+  incr_ = X11Windows::atom(display_, "INCR");
 }
 
 X11SelectionReader::~X11SelectionReader() {
@@ -43,6 +44,13 @@ Window X11SelectionReader::owner(const char *selection) {
   return XGetSelectionOwner(display_, X11Windows::atom(display_, selection));
 }
 
+Atom X11SelectionReader::property(std::size_t index) {
+  while (properties_.size() <= index)
+    properties_.push_back(X11Windows::atom(
+        display_, ("SELVAR_SELECTION_" + std::to_string(properties_.size())).c_str()));
+  return properties_[index];
+}
+
 // Waits for an event of the type on the private window until the deadline.
 bool X11SelectionReader::waitFor(int type, XEvent &event, long long deadlineMs) {
   for (;;) {
@@ -54,18 +62,15 @@ bool X11SelectionReader::waitFor(int type, XEvent &event, long long deadlineMs) 
   }
 }
 
-std::optional<X11SelectionReader::Data> X11SelectionReader::takeProperty() {
+std::optional<X11SelectionReader::Raw> X11SelectionReader::take(Atom property) {
   Atom type;
   int format;
   unsigned long count, remaining;
   unsigned char *data = nullptr;
-  if (XGetWindowProperty(display_, window_, property_, 0, long(kMaxBytes / 4), True,
-                         AnyPropertyType, &type, &format, &count, &remaining, &data) != Success) {
+  if (XGetWindowProperty(display_, window_, property, 0, long(kMaxBytes / 4), True, AnyPropertyType,
+                         &type, &format, &count, &remaining, &data) != Success)
     return std::nullopt;
-  }
-  Data out;
-  out.type = X11Windows::atomName(display_, type);
-  out.format = format;
+  Raw out{type, format, {}};
   // Xlib hands 32-bit items over as longs; they are narrowed back to what the wire carried.
   if (data && format == 8)
     out.bytes.assign(data, data + count);
@@ -81,15 +86,15 @@ std::optional<X11SelectionReader::Data> X11SelectionReader::takeProperty() {
   return out;
 }
 
-std::optional<X11SelectionReader::Data> X11SelectionReader::readIncremental() {
-  Data whole;
+std::optional<X11SelectionReader::Raw> X11SelectionReader::readIncremental(Atom property) {
+  Raw whole;
   XFlush(display_);
   for (;;) {
     XEvent event;
     do {
       if (!waitFor(PropertyNotify, event, nowMs() + kChunkMs)) return std::nullopt;
-    } while (event.xproperty.atom != property_ || event.xproperty.state != PropertyNewValue);
-    auto piece = takeProperty();
+    } while (event.xproperty.atom != property || event.xproperty.state != PropertyNewValue);
+    auto piece = take(property);
     if (!piece) return std::nullopt;
     if (piece->bytes.empty()) return whole;
     whole.type = piece->type;
@@ -100,35 +105,82 @@ std::optional<X11SelectionReader::Data> X11SelectionReader::readIncremental() {
   }
 }
 
-std::optional<X11SelectionReader::Data> X11SelectionReader::convert(Atom selection, Atom target) {
-  XDeleteProperty(display_, window_, property_);
-  XConvertSelection(display_, selection, target, property_, window_, CurrentTime);
+// Every request goes out before the first answer is awaited; answers are matched by property.
+std::vector<std::optional<X11SelectionReader::Raw>>
+X11SelectionReader::convert(Atom selection, const std::vector<Atom> &targets) {
+  std::vector<std::optional<Raw>> out(targets.size());
+  for (std::size_t i = 0; i < targets.size(); ++i) {
+    XDeleteProperty(display_, window_, property(i));
+    XConvertSelection(display_, selection, targets[i], property(i), window_, CurrentTime);
+  }
   XFlush(display_);
+  std::vector<bool> answered(targets.size(), false);
+  std::size_t pending = targets.size();
+  const long long deadline = nowMs() + kConvertMs;
   XEvent event;
-  if (!waitFor(SelectionNotify, event, nowMs() + kConvertMs)) return std::nullopt;
-  if (event.xselection.property == None) return std::nullopt; // the owner refused
-  auto data = takeProperty();
-  if (data && data->type == "INCR") return readIncremental();
-  return data;
-}
-
-std::vector<std::string> X11SelectionReader::targets(const char *selection) {
-  std::vector<std::string> out;
-  if (!display_) return out;
-  auto data = convert(X11Windows::atom(display_, selection), X11Windows::atom(display_, "TARGETS"));
-  if (!data || data->format != 32) return out;
-  for (std::size_t i = 0; i + 4 <= data->bytes.size(); i += 4) {
-    const Atom atom = data->bytes[i] | data->bytes[i + 1] << 8 | data->bytes[i + 2] << 16 |
-                      std::uint32_t(data->bytes[i + 3]) << 24;
-    out.push_back(X11Windows::atomName(display_, atom));
+  while (pending > 0 && waitFor(SelectionNotify, event, deadline)) {
+    const XSelectionEvent &reply = event.xselection;
+    for (std::size_t i = 0; i < targets.size(); ++i) {
+      const bool mine =
+          reply.property != None ? reply.property == property(i) : reply.target == targets[i];
+      if (answered[i] || !mine) continue;
+      answered[i] = true;
+      --pending;
+      if (reply.property == None) break; // the owner refused this one
+      out[i] = take(property(i));
+      if (out[i] && out[i]->type == incr_) out[i] = readIncremental(property(i));
+      break;
+    }
   }
   return out;
 }
 
-std::optional<X11SelectionReader::Data> X11SelectionReader::read(const char *selection,
-                                                                 const std::string &target) {
-  if (!display_) return std::nullopt;
-  return convert(X11Windows::atom(display_, selection), X11Windows::atom(display_, target.c_str()));
+// Atom names in one round trip; an atom the server does not know gets an empty name.
+std::vector<std::string> X11SelectionReader::names(const std::vector<Atom> &atoms) {
+  std::vector<std::string> out(atoms.size());
+  if (atoms.empty()) return out;
+  std::vector<char *> raw(atoms.size(), nullptr);
+  X11ErrorTrap trap(display_);
+  const Status ok =
+      XGetAtomNames(display_, const_cast<Atom *>(atoms.data()), int(atoms.size()), raw.data());
+  trap.finish();
+  for (std::size_t i = 0; i < atoms.size(); ++i) {
+    if (ok && raw[i]) out[i] = raw[i];
+    if (raw[i]) XFree(raw[i]);
+  }
+  return out;
+}
+
+std::vector<std::string> X11SelectionReader::targets(const char *selection) {
+  if (!display_) return {};
+  auto reply =
+      convert(X11Windows::atom(display_, selection), {X11Windows::atom(display_, "TARGETS")});
+  if (!reply[0] || reply[0]->format != 32) return {};
+  std::vector<Atom> atoms;
+  const auto &bytes = reply[0]->bytes;
+  for (std::size_t i = 0; i + 4 <= bytes.size(); i += 4)
+    atoms.push_back(bytes[i] | bytes[i + 1] << 8 | bytes[i + 2] << 16 |
+                    std::uint32_t(bytes[i + 3]) << 24);
+  auto out = names(atoms);
+  out.erase(std::remove(out.begin(), out.end(), std::string()), out.end());
+  return out;
+}
+
+std::vector<std::optional<X11SelectionReader::Data>>
+X11SelectionReader::read(const char *selection, const std::vector<std::string> &targets) {
+  std::vector<std::optional<Data>> out(targets.size());
+  if (!display_ || targets.empty()) return out;
+  std::vector<Atom> atoms;
+  for (const std::string &target : targets)
+    atoms.push_back(X11Windows::atom(display_, target.c_str()));
+  auto replies = convert(X11Windows::atom(display_, selection), atoms);
+  std::vector<Atom> types;
+  for (const auto &reply : replies)
+    types.push_back(reply ? reply->type : None);
+  const auto typeNames = names(types);
+  for (std::size_t i = 0; i < replies.size(); ++i)
+    if (replies[i]) out[i] = Data{typeNames[i], replies[i]->format, std::move(replies[i]->bytes)};
+  return out;
 }
 
 } // namespace selvar

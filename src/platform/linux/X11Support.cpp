@@ -9,12 +9,12 @@ namespace selvar {
 namespace {
 
 Display *trappedDisplay = nullptr;
-bool trappedError = false;
+int trappedErrors = 0;
 int (*previousHandler)(Display *, XErrorEvent *) = nullptr;
 
 int trapHandler(Display *display, XErrorEvent *event) {
   if (display == trappedDisplay) {
-    trappedError = true;
+    ++trappedErrors;
     return 0;
   }
   return previousHandler ? previousHandler(display, event) : 0;
@@ -48,20 +48,25 @@ X11ErrorTrap::X11ErrorTrap(Display *display)
   XSync(display_, False);
   if (!outer_) return;
   trappedDisplay = display_;
-  trappedError = false;
+  trappedErrors = 0;
   previousHandler = XSetErrorHandler(trapHandler);
 }
 
+int X11ErrorTrap::errors() {
+  finish();
+  return errors_;
+}
+
 bool X11ErrorTrap::finish() {
-  if (finished_) return failed_;
+  if (finished_) return errors_ > 0;
   XSync(display_, False);
-  failed_ = trappedError;
+  errors_ = trappedErrors;
   finished_ = true;
   if (outer_) {
     XSetErrorHandler(previousHandler);
     trappedDisplay = nullptr;
   }
-  return failed_;
+  return errors_ > 0;
 }
 
 X11ErrorTrap::~X11ErrorTrap() {

@@ -20,12 +20,14 @@ public:
   X11ErrorTrap &operator=(const X11ErrorTrap &) = delete;
   // Waits for the server to process every request so far; true when one of them failed.
   bool finish();
+  // How many requests failed (after finishing).
+  int errors();
 
 private:
   Display *display_;
   bool outer_;
   bool finished_ = false;
-  bool failed_ = false;
+  int errors_ = 0;
 };
 
 namespace X11Windows {

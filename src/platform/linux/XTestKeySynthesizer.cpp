@@ -8,8 +8,6 @@
 
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
-#include <chrono>
-#include <thread>
 #include <vector>
 
 namespace selvar {
@@ -55,9 +53,10 @@ bool XTestKeySynthesizer::postKeystroke(int keyCode, std::uint64_t flags, double
   for (KeyCode m : modifiers)
     XTestFakeKeyEvent(display_, m, True, CurrentTime);
   XTestFakeKeyEvent(display_, key, True, CurrentTime);
-  XFlush(display_);
-  std::this_thread::sleep_for(std::chrono::duration<double>(holdSeconds));
-  XTestFakeKeyEvent(display_, key, False, CurrentTime);
+  // The server holds the key for us (it processes the release, and what follows on this
+  // connection, only after the delay), so the main loop is free to serve the clipboard the
+  // target asks for on the key-down.
+  XTestFakeKeyEvent(display_, key, False, static_cast<unsigned long>(holdSeconds * 1000));
   for (auto it = modifiers.rbegin(); it != modifiers.rend(); ++it)
     XTestFakeKeyEvent(display_, *it, False, CurrentTime);
   XFlush(display_);
