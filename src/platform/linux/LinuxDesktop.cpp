@@ -1,7 +1,7 @@
 #include "platform/linux/LinuxDesktop.h"
 
+#include "app/ControllerControl.h"
 #include "app/PillControl.h"
-#include "dictation/DictationController.h"
 #include "platform/linux/DisplaySession.h"
 #include "records/Log.h"
 
@@ -10,22 +10,6 @@
 namespace selvar {
 
 namespace {
-
-// The shell's view of the one controller.
-class ControllerControl : public DictationControl {
-public:
-  explicit ControllerControl(DictationNeighbours neighbours) : controller_(std::move(neighbours)) {}
-  void start() override { controller_.start(); }
-  void runTestUtterance(double seconds) override { controller_.runTestUtterance(seconds); }
-  bool isListening() const override {
-    return controller_.state() == DictationController::State::listening;
-  }
-  void pasteLast() override { controller_.pasteLast(); }
-  void flash(const std::string &message) override { controller_.flash(message); }
-
-private:
-  DictationController controller_;
-};
 
 // A pill of its own for the HUD switches, with its own window.
 class OwnPanelPill : public HUDControl {
