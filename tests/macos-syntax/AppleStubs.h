@@ -739,14 +739,15 @@ typedef NSString *NSUserInterfaceItemIdentifier;
 @property(getter=isEditable) BOOL editable;
 @property(getter=isRichText) BOOL richText;
 @property(strong) NSFont *font;
-@property(getter=isVerticallyResizable) BOOL verticallyResizable;
 @property(weak) id<NSTextDelegate> delegate;
 @end
 
 @protocol NSTextViewDelegate <NSTextDelegate>
 @end
 
+@class NSScrollView;
 @interface NSTextView : NSText
++ (NSScrollView *)scrollableTextView;
 @end
 
 typedef NS_ENUM(NSUInteger, NSBorderType){

@@ -64,7 +64,7 @@ constexpr FeedbackKind kKinds[] = {FeedbackKind::bug, FeedbackKind::idea, Feedba
                            accessibilityDescription:nil];
   NSStackView *titles = Kit::column(2);
   [titles addArrangedSubview:Kit::label(FeedbackWindowModel::kHeader, 15, true)];
-  [titles addArrangedSubview:Kit::secondaryLabel(FeedbackWindowModel::kSubtitle)];
+  [titles addArrangedSubview:Kit::paragraph(FeedbackWindowModel::kSubtitle)];
   Kit::addRow(content, Kit::row(@[ symbol, titles ], 10));
 }
 
@@ -125,7 +125,7 @@ constexpr FeedbackKind kKinds[] = {FeedbackKind::bug, FeedbackKind::idea, Feedba
 }
 
 - (void)addButtonsTo:(NSStackView *)content {
-  _status = Kit::secondaryLabel("");
+  _status = Kit::paragraph("");
   Kit::addRow(content, _status);
   _thanks = Kit::label(FeedbackWindowModel::kThanks, 13, true);
   NSButton *cancel = Kit::button("Cancel", self, @selector(cancel:));

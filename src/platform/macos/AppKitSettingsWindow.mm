@@ -142,9 +142,9 @@ std::string key(NSView *control) {
   [self addHeading:section.title];
   for (const SettingControl &control : section.controls) {
     Kit::addRow(_content, [self viewFor:control]);
-    if (!control.help.empty()) Kit::addRow(_content, Kit::secondaryLabel(control.help));
+    if (!control.help.empty()) Kit::addRow(_content, Kit::paragraph(control.help));
     if (!control.warning.empty()) {
-      NSTextField *warning = Kit::label(control.warning, 12);
+      NSTextField *warning = Kit::paragraph(control.warning, 12);
       warning.textColor = [NSColor systemOrangeColor];
       Kit::addRow(_content, warning);
     }
@@ -223,7 +223,7 @@ std::string key(NSView *control) {
     [_content addArrangedSubview:Kit::row(line)];
     std::string about = row.engine.vendor;
     if (!row.engine.note.empty()) about += (about.empty() ? "" : " — ") + row.engine.note;
-    if (!about.empty()) Kit::addRow(_content, Kit::secondaryLabel(about));
+    if (!about.empty()) Kit::addRow(_content, Kit::paragraph(about));
   }
 }
 

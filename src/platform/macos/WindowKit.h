@@ -19,9 +19,18 @@ inline NSFont *font(CGFloat points, bool bold = false) {
                            weight:bold ? NSFontWeightSemibold : NSFontWeightRegular];
 }
 
+// One line, as wide as its text (titles, values, headings).
 inline NSTextField *label(std::string_view text, CGFloat points = 13, bool bold = false) {
-  NSTextField *field = [NSTextField wrappingLabelWithString:nsString(text)];
+  NSTextField *field = [NSTextField labelWithString:nsString(text)];
   field.font = font(points, bold);
+  return field;
+}
+
+// Text that wraps to the width it is given (help, notes, status lines).
+inline NSTextField *paragraph(std::string_view text, CGFloat points = 11) {
+  NSTextField *field = [NSTextField wrappingLabelWithString:nsString(text)];
+  field.font = font(points);
+  field.textColor = [NSColor secondaryLabelColor];
   return field;
 }
 
@@ -46,17 +55,13 @@ inline NSButton *checkbox(std::string_view title, bool on, id target, SEL action
 
 // A scrolling plain-text view of the given height; the text view is its document view.
 inline NSScrollView *textArea(CGFloat height, bool editable) {
-  NSScrollView *scroll = [[NSScrollView alloc] initWithFrame:NSMakeRect(0, 0, 400, height)];
-  scroll.hasVerticalScroller = YES;
+  NSScrollView *scroll = [NSTextView scrollableTextView];
   scroll.borderType = NSBezelBorder;
-  NSTextView *text = [[NSTextView alloc] initWithFrame:NSMakeRect(0, 0, 400, height)];
+  NSTextView *text = scroll.documentView;
   text.editable = editable;
   text.richText = NO;
   text.font = editable ? font(13)
                        : [NSFont monospacedSystemFontOfSize:scaled(11) weight:NSFontWeightRegular];
-  text.verticallyResizable = YES;
-  text.autoresizingMask = NSViewWidthSizable;
-  scroll.documentView = text;
   [scroll.heightAnchor constraintEqualToConstant:height].active = YES;
   return scroll;
 }
