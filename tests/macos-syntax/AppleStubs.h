@@ -45,9 +45,6 @@ enum { noErr = 0 };
 #define NS_OPTIONS(_type, _name) _type _name; enum : _type
 #define CF_ENUM(_type, _name) enum _name : _type _name; enum _name : _type
 #define CF_OPTIONS(_type, _name) _type _name; enum : _type
-#define NS_STRING_ENUM
-#define NS_TYPED_EXTENSIBLE_ENUM
-#define API_AVAILABLE(...)
 
 #endif
 
@@ -57,26 +54,14 @@ enum { noErr = 0 };
 #define SLV_STUB_DISPATCH
 
 typedef struct dispatch_queue_s *dispatch_queue_t;
-typedef uint64_t dispatch_time_t;
 typedef void (^dispatch_block_t)(void);
-#define DISPATCH_TIME_NOW (0ull)
-#define NSEC_PER_SEC 1000000000ull
-typedef long dispatch_queue_priority_t;
-#define DISPATCH_QUEUE_PRIORITY_DEFAULT 0
 typedef enum : unsigned int {
-  QOS_CLASS_USER_INTERACTIVE = 0x21,
-  QOS_CLASS_USER_INITIATED = 0x19,
-  QOS_CLASS_DEFAULT = 0x15,
   QOS_CLASS_UTILITY = 0x11,
-  QOS_CLASS_BACKGROUND = 0x09,
-  QOS_CLASS_UNSPECIFIED = 0x00,
 } qos_class_t;
 
 dispatch_queue_t dispatch_get_main_queue(void);
 dispatch_queue_t dispatch_get_global_queue(intptr_t identifier, uintptr_t flags);
 void dispatch_async(dispatch_queue_t queue, dispatch_block_t block);
-void dispatch_after(dispatch_time_t when, dispatch_queue_t queue, dispatch_block_t block);
-dispatch_time_t dispatch_time(dispatch_time_t when, int64_t delta);
 
 // Dispatch objects as C++ sees them (without Objective-C object types): sources derive from
 // the common object type.
@@ -121,12 +106,10 @@ extern const CFRunLoopMode kCFRunLoopCommonModes;
 #define CFSTR(cStr) ((CFStringRef)__builtin___CFStringMakeConstantString("" cStr ""))
 
 void CFRelease(CFTypeRef cf);
-CFTypeRef CFRetain(CFTypeRef cf);
 CFTypeID CFGetTypeID(CFTypeRef cf);
 CFTypeID CFBooleanGetTypeID(void);
 Boolean CFNumberIsFloatType(CFNumberRef number);
 const UInt8 *CFDataGetBytePtr(CFDataRef theData);
-CFIndex CFDataGetLength(CFDataRef theData);
 CFRunLoopRef CFRunLoopGetMain(void);
 void CFRunLoopAddSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFRunLoopMode mode);
 void CFRunLoopRemoveSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFRunLoopMode mode);
@@ -190,14 +173,9 @@ CGPathRef CGPathCreateWithRoundedRect(CGRect rect, CGFloat cornerWidth, CGFloat 
                                       const CGAffineTransform *transform);
 
 typedef CF_ENUM(int32_t, CGLineCap){
-    kCGLineCapButt,
-    kCGLineCapRound,
-    kCGLineCapSquare,
+    kCGLineCapRound = 1,
 };
-typedef CF_OPTIONS(uint32_t, CGGradientDrawingOptions){
-    kCGGradientDrawsBeforeStartLocation = (1 << 0),
-    kCGGradientDrawsAfterEndLocation = (1 << 1),
-};
+typedef uint32_t CGGradientDrawingOptions; // CF_OPTIONS: a plain integer type in C++
 void CGContextSaveGState(CGContextRef c);
 void CGContextRestoreGState(CGContextRef c);
 void CGContextTranslateCTM(CGContextRef c, CGFloat tx, CGFloat ty);
@@ -220,12 +198,9 @@ void CGContextDrawLinearGradient(CGContextRef c, CGGradientRef gradient, CGPoint
                                  CGPoint endPoint, CGGradientDrawingOptions options);
 
 typedef CF_ENUM(uint32_t, CGImageAlphaInfo){
-    kCGImageAlphaNone,
-    kCGImageAlphaPremultipliedLast,
-    kCGImageAlphaPremultipliedFirst,
+    kCGImageAlphaPremultipliedLast = 1,
 };
 typedef CF_OPTIONS(uint32_t, CGBitmapInfo){
-    kCGBitmapAlphaInfoMask = 0x1F,
     kCGBitmapByteOrder32Big = (4 << 12),
 };
 CGContextRef CGBitmapContextCreate(void *data, size_t width, size_t height,
@@ -239,39 +214,27 @@ typedef struct __CGEventTapProxy *CGEventTapProxy;
 typedef uint64_t CGEventMask;
 typedef uint16_t CGKeyCode;
 typedef CF_ENUM(uint32_t, CGEventType){
-    kCGEventNull = 0,
     kCGEventKeyDown = 10,
-    kCGEventKeyUp = 11,
     kCGEventFlagsChanged = 12,
     kCGEventTapDisabledByTimeout = 0xFFFFFFFE,
     kCGEventTapDisabledByUserInput = 0xFFFFFFFF,
 };
-typedef CF_OPTIONS(uint64_t, CGEventFlags){
-    kCGEventFlagMaskShift = 0x00020000,
-    kCGEventFlagMaskControl = 0x00040000,
-    kCGEventFlagMaskAlternate = 0x00080000,
-    kCGEventFlagMaskCommand = 0x00100000,
-};
+typedef uint64_t CGEventFlags; // CF_OPTIONS: a plain integer type in C++
 typedef CF_ENUM(uint32_t, CGEventTapLocation){
     kCGHIDEventTap = 0,
-    kCGSessionEventTap,
-    kCGAnnotatedSessionEventTap,
+    kCGSessionEventTap = 1,
 };
 typedef CF_ENUM(uint32_t, CGEventTapPlacement){
     kCGHeadInsertEventTap = 0,
-    kCGTailAppendEventTap,
 };
 typedef CF_ENUM(uint32_t, CGEventTapOptions){
     kCGEventTapOptionDefault = 0x00000000,
-    kCGEventTapOptionListenOnly = 0x00000001,
 };
 typedef CF_ENUM(uint32_t, CGEventField){
     kCGKeyboardEventKeycode = 9,
 };
 typedef CF_ENUM(int32_t, CGEventSourceStateID){
-    kCGEventSourceStatePrivate = -1,
     kCGEventSourceStateCombinedSessionState = 0,
-    kCGEventSourceStateHIDSystemState = 1,
 };
 typedef CGEventRef (*CGEventTapCallBack)(CGEventTapProxy proxy, CGEventType type,
                                          CGEventRef event, void *userInfo);
@@ -300,14 +263,11 @@ void CGEventPost(CGEventTapLocation tap, CGEventRef event);
 @class NSString, NSError, NSDictionary, NSArray;
 
 @protocol NSObject
-- (BOOL)isEqual:(id)object;
 - (BOOL)isKindOfClass:(Class)aClass;
-- (BOOL)respondsToSelector:(SEL)aSelector;
 @end
 
 @interface NSObject <NSObject>
 + (instancetype)alloc;
-+ (instancetype)new;
 + (Class)class;
 - (instancetype)init;
 - (id)copy;
@@ -403,9 +363,7 @@ typedef NSString *NSExceptionName;
 @property(readonly, copy) NSString *reason;
 @end
 
-typedef NSString *NSErrorDomain;
 @interface NSError : NSObject
-@property(readonly, copy) NSErrorDomain domain;
 @property(readonly) NSInteger code;
 @property(readonly, copy) NSString *localizedDescription;
 @end
@@ -551,7 +509,6 @@ Boolean AXIsProcessTrusted(void);
 typedef const struct __AXUIElement *AXUIElementRef;
 typedef CF_ENUM(int32_t, AXError){
     kAXErrorSuccess = 0,
-    kAXErrorFailure = -25200,
 };
 CFTypeID AXUIElementGetTypeID(void);
 AXUIElementRef AXUIElementCreateApplication(pid_t pid);
@@ -607,9 +564,8 @@ extern const NSFontWeight NSFontWeightSemibold;
 + (instancetype)imageWithSize:(NSSize)size
                       flipped:(BOOL)drawingHandlerShouldBeCalledWithFlippedContext
                drawingHandler:(BOOL (^)(NSRect dstRect))drawingHandler;
-// "template" is a C++ keyword, so Objective-C++ reaches the property through its accessors.
+// "template" is a C++ keyword, so Objective-C++ reaches the property through its setter.
 - (void)setTemplate:(BOOL)isTemplate;
-- (BOOL)isTemplate;
 + (instancetype)imageWithSystemSymbolName:(NSString *)name
                  accessibilityDescription:(NSString *)description;
 @end
@@ -674,13 +630,8 @@ typedef NS_OPTIONS(unsigned long long, NSEventMask){
 @end
 
 typedef NS_OPTIONS(NSUInteger, NSAutoresizingMaskOptions){
-    NSViewNotSizable = 0,
-    NSViewMinXMargin = 1,
     NSViewWidthSizable = 2,
-    NSViewMaxXMargin = 4,
-    NSViewMinYMargin = 8,
     NSViewHeightSizable = 16,
-    NSViewMaxYMargin = 32,
 };
 
 typedef NS_ENUM(NSInteger, NSLayoutAttribute){
@@ -788,21 +739,19 @@ typedef NSString *NSUserInterfaceItemIdentifier;
 @property(getter=isEditable) BOOL editable;
 @property(getter=isRichText) BOOL richText;
 @property(strong) NSFont *font;
-@property(getter=isVerticallyResizable) BOOL verticallyResizable;
 @property(weak) id<NSTextDelegate> delegate;
 @end
 
 @protocol NSTextViewDelegate <NSTextDelegate>
 @end
 
+@class NSScrollView;
 @interface NSTextView : NSText
++ (NSScrollView *)scrollableTextView;
 @end
 
 typedef NS_ENUM(NSUInteger, NSBorderType){
-    NSNoBorder = 0,
-    NSLineBorder = 1,
     NSBezelBorder = 2,
-    NSGrooveBorder = 3,
 };
 
 @interface NSClipView : NSView
@@ -818,8 +767,6 @@ typedef NS_ENUM(NSUInteger, NSBorderType){
 
 typedef NS_ENUM(NSUInteger, NSSegmentSwitchTracking){
     NSSegmentSwitchTrackingSelectOne = 0,
-    NSSegmentSwitchTrackingSelectAny = 1,
-    NSSegmentSwitchTrackingMomentary = 2,
 };
 
 @interface NSSegmentedControl : NSControl
@@ -836,20 +783,14 @@ typedef NS_ENUM(NSUInteger, NSSegmentSwitchTracking){
 @end
 
 typedef NSInteger NSControlStateValue;
-static const NSControlStateValue NSControlStateValueMixed = -1;
 static const NSControlStateValue NSControlStateValueOff = 0;
 static const NSControlStateValue NSControlStateValueOn = 1;
 
 typedef NS_ENUM(NSUInteger, NSBezelStyle){
-    NSBezelStyleRounded = 1,
     NSBezelStyleDisclosure = 5,
 };
 typedef NS_ENUM(NSUInteger, NSButtonType){
-    NSButtonTypeMomentaryLight = 0,
     NSButtonTypePushOnPushOff = 1,
-    NSButtonTypeToggle = 2,
-    NSButtonTypeSwitch = 3,
-    NSButtonTypeRadio = 4,
 };
 
 @interface NSButton : NSControl
@@ -884,7 +825,6 @@ typedef NS_ENUM(NSUInteger, NSButtonType){
 
 typedef NS_ENUM(NSUInteger, NSProgressIndicatorStyle){
     NSProgressIndicatorStyleBar = 0,
-    NSProgressIndicatorStyleSpinning = 1,
 };
 @interface NSProgressIndicator : NSView
 @property NSProgressIndicatorStyle style;
@@ -923,12 +863,9 @@ typedef NS_ENUM(NSInteger, NSVisualEffectMaterial){
 };
 typedef NS_ENUM(NSInteger, NSVisualEffectBlendingMode){
     NSVisualEffectBlendingModeBehindWindow = 0,
-    NSVisualEffectBlendingModeWithinWindow = 1,
 };
 typedef NS_ENUM(NSInteger, NSVisualEffectState){
-    NSVisualEffectStateFollowsWindowActiveState = 0,
     NSVisualEffectStateActive = 1,
-    NSVisualEffectStateInactive = 2,
 };
 @interface NSVisualEffectView : NSView
 @property NSVisualEffectMaterial material;
@@ -937,7 +874,6 @@ typedef NS_ENUM(NSInteger, NSVisualEffectState){
 @end
 
 typedef NS_OPTIONS(NSUInteger, NSWindowStyleMask){
-    NSWindowStyleMaskBorderless = 0,
     NSWindowStyleMaskTitled = 1 << 0,
     NSWindowStyleMaskClosable = 1 << 1,
     NSWindowStyleMaskMiniaturizable = 1 << 2,
@@ -1010,9 +946,7 @@ extern NSNotificationName const NSWindowDidMoveNotification;
 @end
 
 typedef NS_ENUM(NSInteger, NSApplicationActivationPolicy){
-    NSApplicationActivationPolicyRegular = 0,
     NSApplicationActivationPolicyAccessory = 1,
-    NSApplicationActivationPolicyProhibited = 2,
 };
 
 @interface NSApplication : NSResponder
@@ -1030,7 +964,6 @@ typedef NS_ENUM(NSInteger, NSApplicationActivationPolicy){
 @end
 
 typedef NS_OPTIONS(NSUInteger, NSApplicationActivationOptions){
-    NSApplicationActivateAllWindows = 1 << 0,
     NSApplicationActivateIgnoringOtherApps = 1 << 1,
 };
 
@@ -1085,25 +1018,13 @@ typedef uint32_t AVAudioFrameCount;
 typedef uint32_t AVAudioPacketCount;
 typedef uint32_t AVAudioChannelCount;
 typedef NSUInteger AVAudioNodeBus;
-typedef NS_ENUM(NSUInteger, AVAudioCommonFormat){
-    AVAudioOtherFormat = 0,
-    AVAudioPCMFormatFloat32 = 1,
-    AVAudioPCMFormatFloat64 = 2,
-    AVAudioPCMFormatInt16 = 3,
-    AVAudioPCMFormatInt32 = 4,
-};
 
 @interface AVAudioFormat : NSObject
 - (instancetype)initStandardFormatWithSampleRate:(double)sampleRate
                                         channels:(AVAudioChannelCount)channels;
-- (instancetype)initWithCommonFormat:(AVAudioCommonFormat)format
-                          sampleRate:(double)sampleRate
-                            channels:(AVAudioChannelCount)channels
-                         interleaved:(BOOL)interleaved;
 @property(readonly) double sampleRate;
 @property(readonly) AVAudioChannelCount channelCount;
 @property(readonly, getter=isInterleaved) BOOL interleaved;
-@property(readonly) AVAudioCommonFormat commonFormat;
 @end
 
 @interface AVAudioBuffer : NSObject <NSCopying>
@@ -1117,7 +1038,6 @@ typedef NS_ENUM(NSUInteger, AVAudioCommonFormat){
 @property AVAudioFrameCount frameLength;
 @property(readonly) NSUInteger stride;
 @property(readonly) float *const *floatChannelData;
-@property(readonly) int16_t *const *int16ChannelData;
 @end
 
 @interface AVAudioTime : NSObject
@@ -1158,8 +1078,6 @@ typedef NS_ENUM(NSInteger, AVAudioConverterInputStatus){
 };
 typedef NS_ENUM(NSInteger, AVAudioConverterOutputStatus){
     AVAudioConverterOutputStatus_HaveData = 0,
-    AVAudioConverterOutputStatus_InputRanDry = 1,
-    AVAudioConverterOutputStatus_EndOfStream = 2,
     AVAudioConverterOutputStatus_Error = 3,
 };
 typedef AVAudioBuffer *(^AVAudioConverterInputBlock)(AVAudioPacketCount inNumberOfPackets,
@@ -1214,8 +1132,6 @@ typedef NS_ENUM(NSInteger, SFSpeechRecognizerAuthorizationStatus){
 typedef NS_ENUM(NSInteger, SFSpeechRecognitionTaskHint){
     SFSpeechRecognitionTaskHintUnspecified = 0,
     SFSpeechRecognitionTaskHintDictation = 1,
-    SFSpeechRecognitionTaskHintSearch = 2,
-    SFSpeechRecognitionTaskHintConfirmation = 3,
 };
 
 @interface SFSpeechRecognitionRequest : NSObject
@@ -1274,9 +1190,9 @@ typedef struct DSPSplitComplex {
 typedef struct OpaqueFFTSetup *FFTSetup;
 typedef int FFTDirection;
 typedef int FFTRadix;
-enum { kFFTDirection_Forward = +1, kFFTDirection_Inverse = -1 };
-enum { kFFTRadix2 = 0, kFFTRadix3 = 1, kFFTRadix5 = 2 };
-enum { vDSP_HALF_WINDOW = 1, vDSP_HANN_DENORM = 0, vDSP_HANN_NORM = 2 };
+enum { kFFTDirection_Forward = +1 };
+enum { kFFTRadix2 = 0 };
+enum { vDSP_HANN_NORM = 2 };
 
 FFTSetup vDSP_create_fftsetup(vDSP_Length __Log2n, FFTRadix __Radix);
 void vDSP_destroy_fftsetup(FFTSetup __setup);
@@ -1328,9 +1244,6 @@ UInt8 LMGetKbdType(void);
 
 typedef struct UCKeyboardLayout UCKeyboardLayout;
 enum {
-  kUCKeyActionDown = 0,
-  kUCKeyActionUp = 1,
-  kUCKeyActionAutoKey = 2,
   kUCKeyActionDisplay = 3,
 };
 enum { kUCKeyTranslateNoDeadKeysBit = 0 };
@@ -1349,10 +1262,7 @@ OSStatus UCKeyTranslate(const UCKeyboardLayout *keyLayoutPtr, UInt16 virtualKeyC
 #define SLV_STUB_SERVICEMANAGEMENT
 
 typedef NS_ENUM(NSInteger, SMAppServiceStatus){
-    SMAppServiceStatusNotRegistered = 0,
     SMAppServiceStatusEnabled = 1,
-    SMAppServiceStatusRequiresApproval = 2,
-    SMAppServiceStatusNotFound = 3,
 };
 
 @interface SMAppService : NSObject

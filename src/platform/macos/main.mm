@@ -3,8 +3,12 @@
 // delegate.
 
 #include "app/AppDelegate.h"
+#include "app/ControllerControl.h"
+#include "app/FeedbackWindowBridge.h"
 #include "app/LiveSubsystems.h"
 #include "app/PillControl.h"
+#include "dictation/LocalServerBridge.h"
+#include "feedback/FeedbackWindowController.h"
 #include "permissions/Permissions.h"
 #include "platform/NotificationCenter.h"
 #include "platform/PlatformCapabilities.h"
@@ -12,8 +16,10 @@
 #include "platform/ShellServices.h"
 #include "platform/macos/AccessibilityAdapter.h"
 #include "platform/macos/AppKitAppHost.h"
+#include "platform/macos/AppKitFeedbackWindow.h"
 #include "platform/macos/AppKitHudPanel.h"
 #include "platform/macos/AppKitScreens.h"
+#include "platform/macos/AppKitSettingsWindow.h"
 #include "platform/macos/AudioConverterAdapter.h"
 #include "platform/macos/AudioEngineInput.h"
 #include "platform/macos/BundleSingleInstance.h"
@@ -147,12 +153,15 @@ int main(int argc, const char *argv[]) {
     installServices(s);
     // The system's on-device recognizer is here; its language model is reachable only from
     // Swift, so the rewrite engine that needs it is not offered.
-    setPlatformCapabilities({true, false});
+    setPlatformCapabilities({true, false, "macOS"});
 
     LoginItemAdapter loginItem;
     std::unique_ptr<SparkleUpdater> updater = SparkleUpdater::fromBundle();
     installShellServices({&loginItem, updater.get()});
     Permissions::installToolRunner(runToolAndWait);
+    AppKitFeedbackWindow feedbackWindow;
+    FeedbackWindowController::installPresenter(&feedbackWindow);
+    AppKitSettingsWindow settingsWindow;
 
     NSApplication *app = [NSApplication sharedApplication];
     [app setActivationPolicy:NSApplicationActivationPolicyAccessory];
@@ -160,9 +169,23 @@ int main(int argc, const char *argv[]) {
     BundleSingleInstance instance;
     CoreGraphicsIconRenderer icons;
     AppKitScreens screens;
+    LocalServerBridge servers;
+    FeedbackWindowBridge feedbackOpener;
+    std::unique_ptr<AppKitHudPanel> controllerPanel;
     LiveSubsystems::Parts parts;
     parts.iconRenderer = &icons;
+    parts.makeController = [&] {
+      controllerPanel = std::make_unique<AppKitHudPanel>();
+      DictationNeighbours neighbours;
+      neighbours.servers = &servers;
+      neighbours.feedback = &feedbackOpener;
+      neighbours.hudPanel = controllerPanel.get();
+      neighbours.screens = &screens;
+      neighbours.makeRecorder = makeWavRecording;
+      return std::make_unique<ControllerControl>(std::move(neighbours));
+    };
     parts.makeHUD = [&screens] { return std::make_unique<PanelPill>(screens); };
+    parts.openSettings = [&settingsWindow](bool expanded) { settingsWindow.open(expanded); };
     LiveSubsystems subsystems(std::move(parts));
     AppDelegate delegate(host, subsystems, instance, std::move(options));
     SLVApplicationDelegate *appDelegate =
