@@ -3,10 +3,10 @@
 # the main queue (the request box, the WAV recorder, the capture tap and the controller).
 set -euo pipefail
 cd "$(dirname "$0")/../.."
+source scripts/lib/builds.sh
 
-cmake -S . -B build-tsan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSELVAR_TSAN=ON \
-  -DSELVAR_BUILD_BENCH=OFF >/dev/null
-cmake --build build-tsan -j "$(nproc)" --target selvar_tests
+configure_tsan
+cmake --build build-tsan -j "$jobs" --target selvar_tests
 
 export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
 ./build-tsan/tests/selvar_tests \

@@ -53,7 +53,7 @@ void HotkeyHandler::ensureInstalled() {
     Log::write("waiting for Accessibility grant before installing the hotkey");
     loggedAccessibilityWait_ = true;
   }
-  scheduleRecheck();
+  if (services().permissions->accessibilityTrustCanChange()) scheduleRecheck();
 }
 
 void HotkeyHandler::installHotkey() {

@@ -15,6 +15,9 @@ public:
   virtual ~PermissionAccess() = default;
   // Trusted to post synthetic keys and read other applications' focus.
   virtual bool accessibilityTrusted() const = 0;
+  // Whether the user can give or take back that trust while Selvar runs. Where nobody can (an
+  // X11 session either exists or not), nobody needs to look at it again.
+  virtual bool accessibilityTrustCanChange() const { return true; }
   virtual PermissionState microphone() const = 0;
   virtual PermissionState speechRecognition() const = 0;
   // Completions may arrive on any thread.

@@ -31,6 +31,17 @@ TEST(HotkeyHandlerTest, TapWaitsForAccessibilityAndIsDroppedWhenItIsRevoked) {
   EXPECT_EQ(rig.env.keyboardTap.installs, 2);
 }
 
+// Where the trust cannot change, nobody looks again: an idle Selvar has no timer to wake it.
+TEST(HotkeyHandlerTest, NoRecheckWhereTheTrustCannotChange) {
+  DictationRig rig;
+  rig.env.permissions.trustCanChange = false;
+  rig.env.queue.advance(HotkeyHandler::kRecheckSeconds); // the check scheduled at start
+  rig.env.permissions.accessibility = false;
+  rig.env.queue.advance(HotkeyHandler::kRecheckSeconds * 3);
+  EXPECT_TRUE(rig.env.keyboardTap.isInstalled());
+  EXPECT_FALSE(logHas("Accessibility revoked; dropped the hotkey tap"));
+}
+
 TEST(HotkeyHandlerTest, SystemDisableIsRepairedAndTheEventPassesOn) {
   DictationRig rig;
   EXPECT_FALSE(rig.env.keyboardTap.send({KeyEvent::Type::tapDisabledByTimeout}));

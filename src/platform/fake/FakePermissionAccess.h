@@ -9,6 +9,7 @@ namespace selvar {
 class FakePermissionAccess : public PermissionAccess {
 public:
   bool accessibilityTrusted() const override { return accessibility; }
+  bool accessibilityTrustCanChange() const override { return trustCanChange; }
   PermissionState microphone() const override { return microphoneState; }
   PermissionState speechRecognition() const override { return speechState; }
   void requestMicrophone(std::function<void(bool)> completion) override {
@@ -22,6 +23,7 @@ public:
   std::optional<std::string> designatedRequirement() const override { return requirement; }
 
   bool accessibility = true;
+  bool trustCanChange = true;
   PermissionState microphoneState = PermissionState::granted;
   PermissionState speechState = PermissionState::granted;
   std::optional<std::string> requirement;

@@ -11,6 +11,7 @@ namespace selvar {
 class LinuxPermissionAccess : public PermissionAccess {
 public:
   bool accessibilityTrusted() const override;
+  bool accessibilityTrustCanChange() const override { return false; }
   PermissionState microphone() const override { return PermissionState::granted; }
   PermissionState speechRecognition() const override { return PermissionState::restricted; }
   void requestMicrophone(std::function<void(bool granted)> completion) override {
