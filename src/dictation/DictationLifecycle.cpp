@@ -229,6 +229,9 @@ void DictationController::enterListening(int gen) {
 
 void DictationController::abort(int gen, const std::string &message) {
   if (gen != generation_) return;
+  // Like a commit, an abort ends the utterance for good: a server reply or a recognizer's
+  // cancellation report still on its way must not deliver the text the user threw away.
+  generation_ = nextGeneration(generation_);
   wantsRecording_ = false;
   purpose_ = Purpose::insert;
   cancelArmed_ = false;

@@ -57,6 +57,18 @@ TEST_F(CancelScenarioTest, CancelTwiceDiscardsAndARepeatWithinTheFilterCountsOnc
   EXPECT_FALSE(rig.pillVisible());
 }
 
+// A recognizer reports its cancelled task with whatever it had heard; that is not a final text.
+TEST_F(CancelScenarioTest, TheRecognizersLateReportAfterADiscardInsertsNothing) {
+  speakThenCancel();
+  rig.env.queue.advance(0.2);
+  rig.escape();
+  ASSERT_TRUE(logHas("capture aborted: Discarded"));
+  rig.task().final("i went home");
+  rig.env.queue.advance(12);
+  EXPECT_FALSE(rig.pasted());
+  EXPECT_FALSE(History::mostRecentText());
+}
+
 TEST_F(CancelScenarioTest, ReturnContinuesAndTheNewSpeechJoinsTheHeldText) {
   speakThenCancel();
   rig.task().final("i went home");

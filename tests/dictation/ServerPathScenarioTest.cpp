@@ -114,6 +114,22 @@ TEST_F(ServerPathScenarioTest, DiscardedUtteranceTakesItsAudioWithIt) {
   EXPECT_TRUE(FailedRecordings::list().empty());
 }
 
+// The first cancel press already sent the audio; the text that comes back after the second
+// press must not be inserted.
+TEST_F(ServerPathScenarioTest, ReplyToADiscardedUtteranceIsDropped) {
+  rig.startSpeaking();
+  rig.escape();
+  rig.env.queue.advance(0.2);
+  rig.escape();
+  ASSERT_TRUE(logHas("capture aborted: Discarded"));
+  rig.servers.transcriptions.back().reply({"this must never arrive", std::nullopt});
+  rig.settle();
+  EXPECT_FALSE(rig.pasted());
+  EXPECT_FALSE(History::mostRecentText());
+  EXPECT_TRUE(FailedRecordings::list().empty());
+  EXPECT_EQ(rig.state(), DictationController::State::idle);
+}
+
 TEST_F(ServerPathScenarioTest, CaptureStartFailuresAbortWithTheirMessage) {
   rig.failRecorder = true;
   rig.press();
