@@ -7,6 +7,22 @@
 
 namespace selvar {
 
+const char *stateText(PermissionState state) {
+  switch (state) {
+  case PermissionState::granted:
+    return "Granted";
+  case PermissionState::denied:
+    return "Denied";
+  case PermissionState::notDetermined:
+    return "Not asked yet";
+  case PermissionState::restricted:
+    return "Restricted";
+  case PermissionState::unknown:
+    break;
+  }
+  return "Unknown";
+}
+
 std::string url(PermissionPane pane) {
   std::string base = "x-apple.systempreferences:com.apple.preference.security?";
   switch (pane) {

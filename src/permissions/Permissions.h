@@ -16,6 +16,9 @@ enum class PermissionPane { microphone, speechRecognition, accessibility };
 // The system settings deep link of the pane.
 std::string url(PermissionPane pane);
 
+// How the settings windows name a grant's state.
+const char *stateText(PermissionState state);
+
 // One row of the settings window's permission card.
 struct PermissionRow {
   std::string title;

@@ -51,22 +51,6 @@ template <typename F> void onClicked(GtkWidget *button, F f) {
           G_CALLBACK(+[](GtkButton *, gpointer data) { (*static_cast<F *>(data))(); }));
 }
 
-const char *stateText(PermissionState state) {
-  switch (state) {
-  case PermissionState::granted:
-    return "Granted";
-  case PermissionState::denied:
-    return "Denied";
-  case PermissionState::notDetermined:
-    return "Not asked yet";
-  case PermissionState::restricted:
-    return "Restricted";
-  case PermissionState::unknown:
-    break;
-  }
-  return "Unknown";
-}
-
 std::string installText(const EngineInstallState &install) {
   using Phase = EngineInstallState::Phase;
   switch (install.phase) {

@@ -19,22 +19,6 @@ constexpr selvar::PermissionPane kPanes[] = {selvar::PermissionPane::microphone,
                                              selvar::PermissionPane::speechRecognition,
                                              selvar::PermissionPane::accessibility};
 
-const char *stateText(PermissionState state) {
-  switch (state) {
-  case PermissionState::granted:
-    return "Granted";
-  case PermissionState::denied:
-    return "Denied";
-  case PermissionState::notDetermined:
-    return "Not asked yet";
-  case PermissionState::restricted:
-    return "Restricted";
-  case PermissionState::unknown:
-    break;
-  }
-  return "Unknown";
-}
-
 std::string key(NSView *control) {
   return selvar::stdString(control.identifier);
 }
