@@ -25,7 +25,8 @@ void NotificationCenter::post(const std::string &name) {
     for (const auto &o : observers_)
       if (o.name == name) handlers.push_back(o.handler);
   }
-  for (auto &h : handlers) h();
+  for (auto &h : handlers)
+    h();
 }
 
 } // namespace selvar

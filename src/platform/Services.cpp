@@ -9,7 +9,11 @@ Services &storage() {
 }
 } // namespace
 
-Services &services() { return storage(); }
-void installServices(const Services &s) { storage() = s; }
+Services &services() {
+  return storage();
+}
+void installServices(const Services &s) {
+  storage() = s;
+}
 
 } // namespace selvar

@@ -18,8 +18,8 @@ std::optional<bool> SettingsStore::boolValue(std::string_view key) const {
 std::optional<std::int64_t> SettingsStore::intValue(std::string_view key) const {
   auto v = value(key);
   if (auto i = as<std::int64_t>(v)) return i;
-  if (auto d = as<double>(v); d && std::isfinite(*d) && std::trunc(*d) == *d &&
-                              std::fabs(*d) < 9.0e18)
+  if (auto d = as<double>(v);
+      d && std::isfinite(*d) && std::trunc(*d) == *d && std::fabs(*d) < 9.0e18)
     return static_cast<std::int64_t>(*d);
   return std::nullopt;
 }

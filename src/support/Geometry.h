@@ -25,7 +25,9 @@ struct Rect {
   double maxY() const { return origin.y + size.height; }
   double midX() const { return origin.x + size.width / 2; }
   double midY() const { return origin.y + size.height / 2; }
-  bool contains(Point p) const { return p.x >= minX() && p.x < maxX() && p.y >= minY() && p.y < maxY(); }
+  bool contains(Point p) const {
+    return p.x >= minX() && p.x < maxX() && p.y >= minY() && p.y < maxY();
+  }
   friend bool operator==(const Rect &, const Rect &) = default;
 };
 

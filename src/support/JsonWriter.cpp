@@ -18,14 +18,30 @@ void writeString(std::string &out, const std::string &s, const Style &style) {
   out += '"';
   for (unsigned char c : s) {
     switch (c) {
-    case '"': out += "\\\""; break;
-    case '\\': out += "\\\\"; break;
-    case '/': out += style.escapeSlashes ? "\\/" : "/"; break;
-    case '\n': out += "\\n"; break;
-    case '\r': out += "\\r"; break;
-    case '\t': out += "\\t"; break;
-    case '\b': out += "\\b"; break;
-    case '\f': out += "\\f"; break;
+    case '"':
+      out += "\\\"";
+      break;
+    case '\\':
+      out += "\\\\";
+      break;
+    case '/':
+      out += style.escapeSlashes ? "\\/" : "/";
+      break;
+    case '\n':
+      out += "\\n";
+      break;
+    case '\r':
+      out += "\\r";
+      break;
+    case '\t':
+      out += "\\t";
+      break;
+    case '\b':
+      out += "\\b";
+      break;
+    case '\f':
+      out += "\\f";
+      break;
     default:
       if (c < 0x20)
         out += fmt::format("\\u{:04x}", c);
@@ -94,14 +110,30 @@ void writeArray(std::string &out, const json &v, const Style &style, int depth) 
 
 void write(std::string &out, const json &v, const Style &style, int depth) {
   switch (v.type()) {
-  case json::value_t::object: writeObject(out, v, style, depth); break;
-  case json::value_t::array: writeArray(out, v, style, depth); break;
-  case json::value_t::string: writeString(out, v.get_ref<const std::string &>(), style); break;
-  case json::value_t::boolean: out += v.get<bool>() ? "true" : "false"; break;
-  case json::value_t::number_integer: out += fmt::format("{}", v.get<std::int64_t>()); break;
-  case json::value_t::number_unsigned: out += fmt::format("{}", v.get<std::uint64_t>()); break;
-  case json::value_t::number_float: writeNumber(out, v.get<double>()); break;
-  default: out += "null"; break;
+  case json::value_t::object:
+    writeObject(out, v, style, depth);
+    break;
+  case json::value_t::array:
+    writeArray(out, v, style, depth);
+    break;
+  case json::value_t::string:
+    writeString(out, v.get_ref<const std::string &>(), style);
+    break;
+  case json::value_t::boolean:
+    out += v.get<bool>() ? "true" : "false";
+    break;
+  case json::value_t::number_integer:
+    out += fmt::format("{}", v.get<std::int64_t>());
+    break;
+  case json::value_t::number_unsigned:
+    out += fmt::format("{}", v.get<std::uint64_t>());
+    break;
+  case json::value_t::number_float:
+    writeNumber(out, v.get<double>());
+    break;
+  default:
+    out += "null";
+    break;
   }
 }
 

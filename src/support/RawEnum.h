@@ -32,7 +32,8 @@ template <typename E> constexpr E fromRawValueOrDefault(std::optional<std::strin
 
 template <typename E> constexpr auto allCases() {
   std::array<E, RawEnumTraits<E>::cases.size()> out{};
-  for (std::size_t i = 0; i < out.size(); ++i) out[i] = RawEnumTraits<E>::cases[i].first;
+  for (std::size_t i = 0; i < out.size(); ++i)
+    out[i] = RawEnumTraits<E>::cases[i].first;
   return out;
 }
 

@@ -35,7 +35,8 @@ std::string formatIso8601(WallTime t, bool fractionalSeconds) {
 std::optional<WallTime> parseIso8601(std::string_view text) {
   std::string s(text);
   int y, mo, d, h, mi, sec, consumed = 0;
-  if (std::sscanf(s.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%n", &y, &mo, &d, &h, &mi, &sec, &consumed) != 6 ||
+  if (std::sscanf(s.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%n", &y, &mo, &d, &h, &mi, &sec, &consumed) !=
+          6 ||
       consumed != 19)
     return std::nullopt;
   std::string_view rest = text.substr(19);

@@ -19,7 +19,8 @@ std::size_t graphemeCount(std::string_view utf8) {
   it->setText(text);
   std::size_t count = 0;
   it->first();
-  while (it->next() != icu::BreakIterator::DONE) ++count;
+  while (it->next() != icu::BreakIterator::DONE)
+    ++count;
   return count;
 }
 

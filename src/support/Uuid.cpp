@@ -12,7 +12,8 @@ std::string makeUuidString() {
   std::array<std::uint8_t, 16> b{};
   for (std::size_t i = 0; i < b.size(); i += 8) {
     std::uint64_t v = rng();
-    for (std::size_t j = 0; j < 8; ++j) b[i + j] = static_cast<std::uint8_t>(v >> (8 * j));
+    for (std::size_t j = 0; j < 8; ++j)
+      b[i + j] = static_cast<std::uint8_t>(v >> (8 * j));
   }
   b[6] = static_cast<std::uint8_t>((b[6] & 0x0F) | 0x40);
   b[8] = static_cast<std::uint8_t>((b[8] & 0x3F) | 0x80);

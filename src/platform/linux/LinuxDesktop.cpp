@@ -3,9 +3,9 @@
 #include "app/ControllerControl.h"
 #include "app/FeedbackWindowBridge.h"
 #include "app/PillControl.h"
-#include "platform/FileLocations.h"
 #include "dictation/DictationController.h"
 #include "feedback/FeedbackWindowController.h"
+#include "platform/FileLocations.h"
 #include "platform/linux/DisplaySession.h"
 #include "records/Log.h"
 
