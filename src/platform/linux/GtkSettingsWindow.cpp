@@ -118,7 +118,9 @@ void GtkSettingsWindow::later(std::function<void()> edit) {
 void GtkSettingsWindow::redraw() {
   GtkAdjustment *scroll = gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(scroller_));
   const double position = gtk_adjustment_get_value(scroll);
-  if (content_) gtk_widget_destroy(content_);
+  // The scroller wrapped the last content in a viewport of its own; that goes with it, or the
+  // scroller keeps an empty viewport and refuses the new content.
+  if (GtkWidget *old = gtk_bin_get_child(GTK_BIN(scroller_))) gtk_widget_destroy(old);
   content_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 14);
   gtk_container_set_border_width(GTK_CONTAINER(content_), 16);
   const bool expanded = model_.expanded();
@@ -136,7 +138,7 @@ void GtkSettingsWindow::redraw() {
   onClicked(more, [this, expanded] { later([this, expanded] { model_.setExpanded(!expanded); }); });
   gtk_box_pack_start(GTK_BOX(content_), more, FALSE, FALSE, 0);
   gtk_container_add(GTK_CONTAINER(scroller_), content_);
-  gtk_widget_show_all(content_);
+  gtk_widget_show_all(scroller_);
   gtk_adjustment_set_value(scroll, position);
 }
 
