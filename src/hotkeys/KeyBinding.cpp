@@ -3,6 +3,7 @@
 #include "hotkeys/KeyChoices.h"
 #include "platform/KeyboardLayout.h"
 #include "platform/NotificationCenter.h"
+#include "platform/PlatformCapabilities.h"
 #include "platform/Services.h"
 #include "platform/SettingsStore.h"
 #include "support/JsonWriter.h"
@@ -84,11 +85,12 @@ std::string KeyBinding::name(int keyCode) {
 }
 
 std::string KeyBinding::describe() const {
+  const bool pc = platformCapabilities().pcKeyNames;
   std::string out;
-  if (modifiers & ModifierFlag::control) out += "⌃";
-  if (modifiers & ModifierFlag::option) out += "⌥";
-  if (modifiers & ModifierFlag::shift) out += "⇧";
-  if (modifiers & ModifierFlag::command) out += "⌘";
+  if (modifiers & ModifierFlag::control) out += pc ? "Ctrl+" : "⌃";
+  if (modifiers & ModifierFlag::option) out += pc ? "Alt+" : "⌥";
+  if (modifiers & ModifierFlag::shift) out += pc ? "Shift+" : "⇧";
+  if (modifiers & ModifierFlag::command) out += pc ? "Super+" : "⌘";
   return out + name(keyCode);
 }
 

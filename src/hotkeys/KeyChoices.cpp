@@ -2,6 +2,7 @@
 
 #include "app/Prefs.h"
 #include "platform/NotificationCenter.h"
+#include "platform/PlatformCapabilities.h"
 #include "platform/Services.h"
 #include "platform/SettingsStore.h"
 
@@ -11,33 +12,39 @@ namespace selvar {
 
 namespace {
 
+// Each text comes in the Mac's wording and in a PC keyboard's; the platform says which.
+struct Names {
+  std::string_view mac, pc;
+  std::string_view current() const { return platformCapabilities().pcKeyNames ? pc : mac; }
+};
+
 struct TriggerInfo {
-  std::string_view label, shortLabel;
+  Names label, shortLabel;
   int keyCode;
   EventFlags mask;
 };
 
 const TriggerInfo &info(Trigger trigger) {
   static constexpr TriggerInfo table[] = {
-      {"Right Option (⌥)", "Right Option", 61, 0x40},
-      {"Right Command (⌘)", "Right Command", 54, 0x10},
-      {"Right Control (⌃)", "Right Control", 62, 0x2000},
-      {"Fn / Globe", "Fn / Globe", 63, 0x800000},
+      {{"Right Option (⌥)", "Right Alt"}, {"Right Option", "Right Alt"}, 61, 0x40},
+      {{"Right Command (⌘)", "Right Super"}, {"Right Command", "Right Super"}, 54, 0x10},
+      {{"Right Control (⌃)", "Right Ctrl"}, {"Right Control", "Right Ctrl"}, 62, 0x2000},
+      {{"Fn / Globe", "Fn"}, {"Fn / Globe", "Fn"}, 63, 0x800000},
   };
   return table[static_cast<int>(trigger)];
 }
 
 struct CancelKeyInfo {
-  std::string_view label;
+  Names label;
   int keyCode;
   EventFlags required;
 };
 
 const CancelKeyInfo &info(CancelKey key) {
   static constexpr CancelKeyInfo table[] = {
-      {"Escape (⎋)", 53, 0},
-      {"Control . (⌃.)", 47, ModifierFlag::control},
-      {"Control / (⌃/)", 44, ModifierFlag::control},
+      {{"Escape (⎋)", "Escape"}, 53, 0},
+      {{"Control . (⌃.)", "Ctrl+."}, 47, ModifierFlag::control},
+      {{"Control / (⌃/)", "Ctrl+/"}, 44, ModifierFlag::control},
   };
   return table[static_cast<int>(key)];
 }
@@ -54,10 +61,10 @@ template <typename E> void writeChoice(const char *key, E value) {
 } // namespace
 
 std::string_view label(Trigger trigger) {
-  return info(trigger).label;
+  return info(trigger).label.current();
 }
 std::string_view shortLabel(Trigger trigger) {
-  return info(trigger).shortLabel;
+  return info(trigger).shortLabel.current();
 }
 int keyCode(Trigger trigger) {
   return info(trigger).keyCode;
@@ -67,7 +74,7 @@ EventFlags deviceMask(Trigger trigger) {
 }
 
 std::string_view label(CancelKey key) {
-  return info(key).label;
+  return info(key).label.current();
 }
 int keyCode(CancelKey key) {
   return info(key).keyCode;
@@ -82,17 +89,19 @@ bool matches(CancelKey key, int eventKeyCode, EventFlags flags) {
 }
 
 std::string_view label(PasteShortcut shortcut) {
+  static constexpr Names names[] = {
+      {"⌃⌘V", "Ctrl+Super+V"}, {"⌃⌥V", "Ctrl+Alt+V"}, {"⇧⌘V", "Shift+Super+V"}, {"Off", "Off"}};
   switch (shortcut) {
   case PasteShortcut::controlCommandV:
-    return "⌃⌘V";
+    return names[0].current();
   case PasteShortcut::controlOptionV:
-    return "⌃⌥V";
+    return names[1].current();
   case PasteShortcut::commandShiftV:
-    return "⇧⌘V";
+    return names[2].current();
   case PasteShortcut::disabled:
-    return "Off";
+    break;
   }
-  return "Off";
+  return names[3].current();
 }
 
 std::optional<EventFlags> modifierBits(PasteShortcut shortcut) {

@@ -1,5 +1,7 @@
 #include "hud/HUDPresentation.h"
 
+#include "platform/PlatformCapabilities.h"
+
 #include <algorithm>
 
 namespace selvar {
@@ -46,10 +48,12 @@ std::string hintLine(TriggerMode mode, std::string_view triggerLabel) {
 }
 
 std::string_view triggerHintSymbol(std::string_view triggerRawValue) {
-  if (triggerRawValue == "rightCommand") return "⌘";
-  if (triggerRawValue == "rightControl") return "⌃";
+  // A PC keyboard has no symbols printed on its modifiers; there the key's name says it.
+  const bool pc = platformCapabilities().pcKeyNames;
+  if (triggerRawValue == "rightCommand") return pc ? "Right Super" : "⌘";
+  if (triggerRawValue == "rightControl") return pc ? "Right Ctrl" : "⌃";
   if (triggerRawValue == "fnGlobe") return "fn";
-  return "⌥";
+  return pc ? "Right Alt" : "⌥";
 }
 
 } // namespace selvar

@@ -1,6 +1,9 @@
 #include "hotkeys/KeyChoices.h"
 
 #include "app/Prefs.h"
+#include "hotkeys/KeyBinding.h"
+#include "hud/HUDPresentation.h"
+#include "platform/PlatformCapabilities.h"
 #include "platform/fake/FakeEnvironment.h"
 
 #include <gtest/gtest.h>
@@ -119,6 +122,34 @@ TEST(KeyMatchingTest, CancelKeysAndPasteChords) {
   EXPECT_FALSE(matches(PasteShortcut::commandShiftV, 9, cmd));
   for (EventFlags flags : {EventFlags{0}, ctrl | cmd, ctrl | opt, cmd | shift})
     EXPECT_FALSE(matches(PasteShortcut::disabled, 9, flags));
+}
+
+// On a PC keyboard every text that names a key uses the names printed on it; the Mac's names
+// and symbols stay the default.
+TEST_F(KeyChoicesTest, KeysAreNamedAsTheKeyboardPrintsThem) {
+  struct Case {
+    bool pc;
+    std::string trigger, shortTrigger, cancel, paste, custom, hint;
+  };
+  const Case cases[] = {
+      {false, "Right Option (⌥)", "Right Option", "Control . (⌃.)", "⌃⌘V", "⌃⌥⇧⌘F1", "⌥ to stop"},
+      {true, "Right Alt", "Right Alt", "Ctrl+.", "Ctrl+Super+V", "Ctrl+Alt+Shift+Super+F1",
+       "Right Alt to stop"},
+  };
+  for (const Case &c : cases) {
+    PlatformCapabilities capabilities;
+    capabilities.pcKeyNames = c.pc;
+    setPlatformCapabilities(capabilities);
+    EXPECT_EQ(label(Trigger::rightOption), c.trigger);
+    EXPECT_EQ(shortLabel(Trigger::rightOption), c.shortTrigger);
+    EXPECT_EQ(label(CancelKey::controlPeriod), c.cancel);
+    EXPECT_EQ(label(PasteShortcut::controlCommandV), c.paste);
+    KeyBinding custom{122, ModifierFlag::control | ModifierFlag::option | ModifierFlag::shift |
+                               ModifierFlag::command};
+    EXPECT_EQ(custom.describe(), c.custom);
+    EXPECT_EQ(hintLine(TriggerMode::toggle, triggerHintSymbol("rightOption")), c.hint);
+  }
+  setPlatformCapabilities({});
 }
 
 } // namespace

@@ -79,7 +79,7 @@ void installCoreServices(LinuxDesktop &desktop) {
   desktop.install(s);
   installServices(s);
   // No on-device recognizer, system language model or Fn key on Linux desktops.
-  setPlatformCapabilities({false, false, "Linux", false});
+  setPlatformCapabilities({false, false, "Linux", false, true});
 }
 
 } // namespace
