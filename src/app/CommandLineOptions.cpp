@@ -91,4 +91,10 @@ std::string CommandLineOptions::helpText() {
   return text;
 }
 
+std::optional<std::string> CommandLineOptions::immediateAnswer() const {
+  if (help) return helpText();
+  if (version) return std::string("selvar ") + SELVAR_VERSION + "\n";
+  return std::nullopt;
+}
+
 } // namespace selvar

@@ -30,6 +30,10 @@ struct CommandLineOptions {
 
   // The switch list "--help" prints, one line a switch.
   static std::string helpText();
+
+  // What "--help" (first) or "--version" print before anything starts, after which the process
+  // ends; nothing when neither was given.
+  std::optional<std::string> immediateAnswer() const;
 };
 
 // A whole-string decimal number ("3", "2.5", "1e1"); nothing for anything else, for values

@@ -62,5 +62,15 @@ TEST(CommandLineOptionsTest, HelpListsEverySwitchOnItsOwnLine) {
     EXPECT_NE(help.find(std::string("\n  ") + name), std::string::npos) << name;
 }
 
+TEST(CommandLineOptionsTest, HelpOrVersionAnswerBeforeAnythingStarts) {
+  auto answer = [](std::vector<std::string> args) {
+    args.insert(args.begin(), "selvar");
+    return CommandLineOptions::parse(args).immediateAnswer();
+  };
+  EXPECT_EQ(answer({"--dictate-test", "3", "--help", "--version"}), CommandLineOptions::helpText());
+  EXPECT_EQ(answer({"--version"}), std::string("selvar ") + SELVAR_VERSION + "\n");
+  EXPECT_EQ(answer({"--dictate-test", "3"}), std::nullopt);
+}
+
 } // namespace
 } // namespace selvar

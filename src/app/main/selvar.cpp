@@ -86,12 +86,8 @@ void installCoreServices(LinuxDesktop &desktop) {
 
 int main(int argc, char **argv) {
   auto options = CommandLineOptions::parse(std::vector<std::string>(argv, argv + argc));
-  if (options.help) {
-    std::fputs(CommandLineOptions::helpText().c_str(), stdout);
-    return 0;
-  }
-  if (options.version) {
-    std::printf("selvar %s\n", SELVAR_VERSION);
+  if (auto answer = options.immediateAnswer()) {
+    std::fputs(answer->c_str(), stdout);
     return 0;
   }
   if (!openDisplay(argc, argv)) return 1;

@@ -105,12 +105,8 @@ dispatch_source_t terminateOnSignal(int signal, AppHost &host) {
 int main(int argc, const char *argv[]) {
   @autoreleasepool {
     auto options = CommandLineOptions::parse(std::vector<std::string>(argv, argv + argc));
-    if (options.help) {
-      std::fputs(CommandLineOptions::helpText().c_str(), stdout);
-      return 0;
-    }
-    if (options.version) {
-      std::printf("selvar %s\n", SELVAR_VERSION);
+    if (auto answer = options.immediateAnswer()) {
+      std::fputs(answer->c_str(), stdout);
       return 0;
     }
 
