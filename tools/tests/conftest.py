@@ -123,7 +123,7 @@ def serve(tmp_path):
 
     def start(installed=(DEFAULT_MODEL_ID,), mlx_installed=(), requested=None, backend=None,
               load_gate=None, broken=(), hub="http://127.0.0.1:9", max_waiting=8,
-              header_seconds=10.0, **app_options) -> Running:
+              header_seconds=10.0, install_options=None, **app_options) -> Running:
         models = tmp_path / "models"
         for model_id in installed:
             make_model(models, model_id)
@@ -144,7 +144,8 @@ def serve(tmp_path):
         engine = Engine(store, requested, {CTRANSLATE2}, loader=loader, logger=logs.append,
                         max_waiting=max_waiting)
         installer = Installer(store, {CTRANSLATE2}, hub, on_installed=engine.model_installed,
-                              logger=logs.append, retry_delay=0, timeout=5)
+                              logger=logs.append, retry_delay=0, timeout=5,
+                              **(install_options or {}))
         app = create_app(engine, installer, port=port, logger=logs.append, **app_options)
         server = uvicorn.Server(connections.config(app, lifespan="on",
                                                    header_seconds=header_seconds))
