@@ -112,6 +112,11 @@ class FasterWhisperBackend:
         if self.device == "cpu":
             self._model = self._build(folder, "cpu", "int8")
         self.languages = frozenset(self._model.supported_languages)
+        self._stop = threading.Event()
+        # One 30-second window costs an encode and a decode per fallback temperature, seconds
+        # in all; checking before each of those calls stops a job whose client has gone
+        # inside its window, not only after it.
+        self._model.model = _Interruptible(self._model.model, lambda: self._stop)
 
     @staticmethod
     def _build(folder: Path, device: str, compute_type: str):
@@ -131,6 +136,14 @@ class FasterWhisperBackend:
 
     def transcribe(self, audio: np.ndarray, options: Options,
                    stop: threading.Event) -> Transcript:
+        self._stop = stop  # jobs run one at a time on the engine's single worker
+        try:
+            return self._transcribe(audio, options, stop)
+        finally:
+            self._stop = threading.Event()
+
+    def _transcribe(self, audio: np.ndarray, options: Options,
+                    stop: threading.Event) -> Transcript:
         pieces, info = self._model.transcribe(
             audio, language=options.language, initial_prompt=options.prompt,
             temperature=options.temperatures(), beam_size=5,
@@ -149,6 +162,29 @@ class FasterWhisperBackend:
                                        {k: getattr(piece, k, None) for k in _STATS}))
         # Whisper puts the spaces between words itself (and none in scripts without them).
         return Transcript("".join(raw).strip(), info.language, info.duration, segments)
+
+
+class _Interruptible:
+    """Stands in for the CTranslate2 model inside faster-whisper, raising Stopped instead of
+    starting another encode or decode once the current job's stop is set."""
+
+    _STEPS = frozenset({"encode", "generate", "detect_language", "align"})
+
+    def __init__(self, inner, stop: Callable[[], threading.Event]) -> None:
+        self._inner = inner
+        self._current_stop = stop
+
+    def __getattr__(self, name: str):
+        value = getattr(self._inner, name)
+        if name not in self._STEPS:
+            return value
+
+        def step(*args, **kwargs):
+            if self._current_stop().is_set():
+                raise Stopped()
+            return value(*args, **kwargs)
+
+        return step
 
 
 class MlxWhisperBackend:
