@@ -1,5 +1,6 @@
 #include "platform/linux/X11Workspace.h"
 
+#include "platform/linux/X11EventSource.h"
 #include "platform/linux/X11Support.h"
 #include "records/Log.h"
 
@@ -7,7 +8,6 @@
 #include <csignal>
 #include <filesystem>
 #include <gio/gio.h>
-#include <glib-unix.h>
 #include <gtk/gtk.h>
 #include <unistd.h>
 
@@ -97,7 +97,7 @@ void X11Workspace::watchActiveWindow() {
   XSelectInput(display_, DefaultRootWindow(display_), PropertyChangeMask);
   XFlush(display_);
   if (auto front = frontmostApplication()) lastFrontPid_ = front->pid;
-  watch_ = g_unix_fd_add(ConnectionNumber(display_), G_IO_IN, onReadable, this);
+  watch_ = X11EventSource::add(display_, onEvents, this);
 }
 
 void X11Workspace::activeWindowChanged() {
@@ -109,7 +109,7 @@ void X11Workspace::activeWindowChanged() {
     handler(*front);
 }
 
-gboolean X11Workspace::onReadable(gint, GIOCondition, gpointer self) {
+gboolean X11Workspace::onEvents(gpointer self) {
   auto *workspace = static_cast<X11Workspace *>(self);
   Display *display = workspace->display_;
   const Atom active = X11Windows::atom(display, "_NET_ACTIVE_WINDOW");

@@ -34,7 +34,7 @@ private:
   RunningApp describe(int pid, Window window) const;
   void watchActiveWindow();
   void activeWindowChanged();
-  static gboolean onReadable(gint, GIOCondition, gpointer self);
+  static gboolean onEvents(gpointer self);
 
   Display *display_;
   guint watch_ = 0;
