@@ -1,5 +1,6 @@
 #include "platform/linux/X11Workspace.h"
 
+#include "platform/linux/X11Accessibility.h"
 #include "platform/linux/X11EventSource.h"
 #include "platform/linux/X11Support.h"
 #include "records/Log.h"
@@ -64,9 +65,19 @@ int X11Workspace::ownProcessId() const {
 
 bool X11Workspace::activate(int pid) {
   if (!display_) return false;
-  const Window window = X11Windows::newestWindowOf(display_, pid);
+  const Window window = X11Windows::frontWindowOf(display_, pid);
   if (window == None) return false;
   X11Windows::requestActivation(display_, window);
+  return true;
+}
+
+// A window manager activates windows, not applications: the anchored window is the one.
+bool X11Workspace::activateIgnoringOtherApps(int pid, const ElementRef &window) {
+  auto *anchored = dynamic_cast<const X11WindowElement *>(window.get());
+  if (!display_ || !anchored || anchored->pid != pid ||
+      !X11Windows::exists(display_, anchored->window))
+    return activate(pid);
+  X11Windows::requestActivation(display_, anchored->window);
   return true;
 }
 
