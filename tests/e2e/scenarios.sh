@@ -179,6 +179,38 @@ measure_latency() {
     --server-log "$T/asr-server.log" --speech "$T/hold.wav" | tee "$artifacts/latency.txt"
 }
 
+# The text window's process owns a newer window too; the user dictates in the older one. The
+# paste must land there, not in the window the process would bring forward by itself, and the
+# log must say the focus was restored.
+two_windows_attempt() {
+  clear_text_window
+  start_listening two-windows
+  key down $RIGHT_ALT
+  wait_for 10 "the pill to show the recording" pill_visible
+  play_speech "$T/two-windows.wav"
+  sleep 0.3
+  key up $RIGHT_ALT
+  stop_listening
+  wait_for 180 "the dictated text in either window" text_arrived
+  sleep 0.5
+  [ ! -s "$T/other.txt" ] || e2e_fail "two windows: the text landed in the other window: $(cat "$T/other.txt")"
+}
+
+text_arrived() { test -s "$T/typed.txt" || test -s "$T/other.txt"; }
+
+scenario_two_windows() {
+  e2e_say "two windows: dictating into the older window of a two-window application"
+  make_speech "$T/two-windows.wav" "$TWO_WINDOWS_SENTENCE"
+  local restored
+  restored=$(log_count 'focusRestored=true')
+  dictation_checked two-windows "$TWO_WINDOWS_SENTENCE" two_windows_attempt
+  logged_more 'focusRestored=true' "$restored" ||
+    e2e_fail "two windows: the log does not say the focus was restored"
+  e2e_say "two windows: the text landed in the window the user was typing in"
+}
+
+TWO_WINDOWS_SENTENCE="The second window must stay empty today."
+
 # Cancel pressed twice while recording: nothing is pasted and the clipboard stays.
 scenario_cancel() {
   e2e_say "cancel: discarding a recording with the cancel key pressed twice"
@@ -232,6 +264,7 @@ HANDSFREE_SENTENCE="We will meet at the library tomorrow morning."
 run_scenarios() {
   start_selvar hold
   scenario_hold
+  scenario_two_windows
   scenario_cancel
   stop_selvar
   scenario_handsfree
