@@ -127,6 +127,16 @@ dictation_checked() {
   [ $verdict -eq 0 ] || e2e_fail "$name: the text that arrived is too far from what was said"
 }
 
+text_arrived() { test -s "$T/typed.txt" || test -s "$T/other.txt"; }
+
+# The dictated text arrives in the text window, not in the other window of its application.
+wait_for_dictation() {
+  wait_for 180 "the dictated text" text_arrived
+  sleep 0.5 # let a paste that arrives in pieces settle
+  [ ! -s "$T/other.txt" ] ||
+    e2e_fail "the text landed in the application's other window: \"$(cat "$T/other.txt")\""
+}
+
 # Hold the trigger, speak, release.
 hold_attempt() {
   clear_text_window
@@ -146,8 +156,7 @@ hold_attempt() {
   sleep 0.3
   RELEASED_AT=$(key_time up $RIGHT_ALT)
   stop_listening
-  wait_for 180 "the dictated text in the text window" test -s "$T/typed.txt"
-  sleep 0.5 # let a paste that arrives in pieces settle
+  wait_for_dictation
 }
 
 # The sentence arrives in the text window, the clipboard comes back, the records are written.
@@ -191,12 +200,8 @@ two_windows_attempt() {
   sleep 0.3
   key up $RIGHT_ALT
   stop_listening
-  wait_for 180 "the dictated text in either window" text_arrived
-  sleep 0.5
-  [ ! -s "$T/other.txt" ] || e2e_fail "two windows: the text landed in the other window: $(cat "$T/other.txt")"
+  wait_for_dictation
 }
-
-text_arrived() { test -s "$T/typed.txt" || test -s "$T/other.txt"; }
 
 scenario_two_windows() {
   e2e_say "two windows: dictating into the older window of a two-window application"
@@ -248,8 +253,7 @@ handsfree_attempt() {
   wait_for 20 "the silence to end the utterance" \
     logged_more 'hands-free: silence, ending the utterance' "$ended"
   stop_listening
-  wait_for 180 "the dictated text in the text window" test -s "$T/typed.txt"
-  sleep 0.5
+  wait_for_dictation
   stop_selvar
 }
 
