@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,21 +23,22 @@ std::string readDisplayNumber(int fd) {
 
 } // namespace
 
+// Spawned rather than forked: the test process already runs threads (the log's writer).
 PrivateXServer::PrivateXServer() {
   if (const char *display = std::getenv("DISPLAY")) previousDisplay_ = display;
   int fds[2];
   if (pipe(fds) != 0) return;
-  pid_ = fork();
-  if (pid_ == 0) {
-    close(fds[0]);
-    const int quiet = open("/dev/null", O_WRONLY);
-    dup2(quiet, STDOUT_FILENO);
-    dup2(quiet, STDERR_FILENO);
-    const std::string fd = std::to_string(fds[1]);
-    execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", "640x480x24", "-nolisten",
-           "tcp", "-noreset", nullptr);
-    _exit(127);
-  }
+  const std::string fd = std::to_string(fds[1]);
+  const char *argv[] = {"Xvfb",       "-displayfd", fd.c_str(), "-screen",  "0",
+                        "640x480x24", "-nolisten",  "tcp",      "-noreset", nullptr};
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addclose(&actions, fds[0]);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+  if (posix_spawnp(&pid_, "Xvfb", &actions, nullptr, const_cast<char *const *>(argv), environ) != 0)
+    pid_ = -1;
+  posix_spawn_file_actions_destroy(&actions);
   close(fds[1]);
   if (pid_ > 0) {
     const std::string number = readDisplayNumber(fds[0]);
