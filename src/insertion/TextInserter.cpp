@@ -49,9 +49,12 @@ bool restoreFocus(const PasteJob &job) {
   int pid = job.anchor->pid;
   if (workspace.isTerminated(pid)) return false;
   auto &ax = *services().accessibility;
-  if (auto window = ax.window(job.anchor->element)) ax.raise(window);
+  auto window = ax.window(job.anchor->element);
+  if (window) ax.raise(window);
   bool restored = ax.setFocusedElement(pid, job.anchor->element);
-  workspace.activateIgnoringOtherApps(pid);
+  // Activating the process alone would let the window system choose among its windows, and
+  // its choice overrides the focus just put back.
+  workspace.activateIgnoringOtherApps(pid, window);
   return restored;
 }
 

@@ -2,6 +2,8 @@
 // The running applications as the window system sees them: which one is frontmost, which are
 // running, activating one, and being told when the frontmost one changes.
 
+#include "platform/Accessibility.h"
+
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -28,8 +30,14 @@ public:
   virtual int ownProcessId() const = 0;
   // Brings the application forward; false when it could not be asked to.
   virtual bool activate(int pid) = 0;
-  // Brings the application forward over every other one (focus restoration before a paste).
-  virtual bool activateIgnoringOtherApps(int pid) { return activate(pid); }
+  // Brings the application forward over every other one, with window (an accessibility
+  // element of it, possibly none) as its front window: focus restoration before a paste. An
+  // application with several windows must come forward with the anchored one, not with
+  // whichever the window system would pick for the application as a whole.
+  virtual bool activateIgnoringOtherApps(int pid, const ElementRef &window) {
+    (void)window;
+    return activate(pid);
+  }
   // Whether this process is the active application.
   virtual bool isOwnApplicationActive() const {
     auto front = frontmostApplication();

@@ -157,11 +157,17 @@ screenshot() { "$SYSTEM_PYTHON" "$E2E_DIR/screenshot.py" "$1"; }
 # --- the text window -----------------------------------------------------------------------
 
 TEXT_TITLE="Selvar e2e text"
+OTHER_TITLE="Selvar e2e other window"
 
+# The text window's process also owns a second, newer window, as editors and browsers do:
+# text meant for the text window must never land in the other one.
 start_text_window() {
   : >"$T/typed.txt"
-  spawn textwindow "$SYSTEM_PYTHON" "$E2E_DIR/textwindow.py" "$T/typed.txt" "$TEXT_TITLE"
+  : >"$T/other.txt"
+  spawn textwindow "$SYSTEM_PYTHON" "$E2E_DIR/textwindow.py" "$T/typed.txt" "$TEXT_TITLE" \
+    "$T/other.txt" "$OTHER_TITLE"
   wait_for 20 "the text window" xdotool search --name "^$TEXT_TITLE\$"
+  wait_for 20 "the other window" xdotool search --name "^$OTHER_TITLE\$"
   TEXT_WINDOW=$(xdotool search --name "^$TEXT_TITLE\$" | head -n1)
   focus_text_window
 }

@@ -62,6 +62,19 @@ TEST_F(TextInserterTest, PastesIntoTheAnchoredFieldThenRestoresTheClipboardAfter
   EXPECT_EQ(env.pasteboard.items, PasteboardSnapshot{richItem()});
 }
 
+TEST_F(TextInserterTest, AnApplicationWithSeveralWindowsComesForwardWithTheAnchoredOne) {
+  auto anchor = FocusAnchor::capture(editor);
+  // A second, newer window of the same editor took the focus while the user spoke.
+  env.accessibility.addFocusedField(editor.pid, "other");
+  TextInserter::insert("hello", editor, anchor);
+  env.queue.advance(0.06);
+  ASSERT_FALSE(env.workspace.activations.empty());
+  const auto &activation = env.workspace.activations.back();
+  EXPECT_EQ(activation.pid, editor.pid);
+  EXPECT_EQ(FakeAccessibility::nameOf(activation.window), "body window");
+  EXPECT_EQ(env.keys.posted.size(), 1u);
+}
+
 TEST_F(TextInserterTest, ClipboardOutcomeFollowsTheModeAndThePreference) {
   struct Case {
     const char *name;

@@ -21,14 +21,14 @@ bool FakeWorkspace::isTerminated(int pid) const {
 }
 
 bool FakeWorkspace::activate(int pid) {
-  activations.push_back({pid, false});
+  activations.push_back({pid, false, nullptr});
   if (isTerminated(pid)) return false;
   if (activationsTakeEffect) bringToFront(pid);
   return true;
 }
 
-bool FakeWorkspace::activateIgnoringOtherApps(int pid) {
-  activations.push_back({pid, true});
+bool FakeWorkspace::activateIgnoringOtherApps(int pid, const ElementRef &window) {
+  activations.push_back({pid, true, window});
   if (isTerminated(pid)) return false;
   if (activationsTakeEffect) bringToFront(pid);
   return true;

@@ -19,7 +19,7 @@ public:
   std::string ownBundleIdentifier() const override { return self.bundleId; }
   int ownProcessId() const override { return self.pid; }
   bool activate(int pid) override;
-  bool activateIgnoringOtherApps(int pid) override;
+  bool activateIgnoringOtherApps(int pid, const ElementRef &window) override;
   bool ownsKeyWindow() const override { return hasKeyWindow; }
   Token observeActivations(std::function<void(const RunningApp &)> handler) override;
   void removeObserver(Token token) override;
@@ -41,6 +41,7 @@ public:
   struct Activation {
     int pid;
     bool ignoringOtherApps;
+    ElementRef window; // the window asked to come forward with the application
   };
   std::vector<Activation> activations;
   std::vector<std::string> openedURLs;

@@ -23,14 +23,16 @@ public:
   X11Accessibility(const X11Accessibility &) = delete;
   X11Accessibility &operator=(const X11Accessibility &) = delete;
 
-  // The active window when the process owns it, else the process's newest window.
+  // The active window when the process owns it, else the process's front window.
   ElementRef focusedElement(int pid) override;
   // Elements are top-level windows already.
   ElementRef window(const ElementRef &element) override { return element; }
   bool raise(const ElementRef &window) override;
+  // True once the window manager reports the element's window active.
   bool setFocusedElement(int pid, const ElementRef &element) override;
 
 private:
+  static constexpr int kActivationWaitMs = 250;
   const X11WindowElement *windowOf(const ElementRef &element) const;
 
   Display *display_;

@@ -2,12 +2,12 @@
 
 #include "hotkeys/KeyChoices.h"
 #include "platform/linux/MacKeyCodes.h"
+#include "platform/linux/X11EventSource.h"
 #include "platform/linux/X11Support.h"
 #include "records/Log.h"
 
 #include <X11/XKBlib.h>
 #include <X11/extensions/XInput2.h>
-#include <glib-unix.h>
 
 namespace selvar {
 
@@ -78,7 +78,7 @@ bool X11KeyboardTap::install(Handler handler) {
   XIEventMask mask{XIAllMasterDevices, int(sizeof(bits)), bits};
   XISelectEvents(display_, DefaultRootWindow(display_), &mask, 1);
   XFlush(display_);
-  watch_ = g_unix_fd_add(ConnectionNumber(display_), G_IO_IN, onReadable, this);
+  watch_ = X11EventSource::add(display_, onEvents, this);
   return true;
 }
 
@@ -148,7 +148,7 @@ void X11KeyboardTap::drainEvents() {
   }
 }
 
-gboolean X11KeyboardTap::onReadable(gint, GIOCondition, gpointer self) {
+gboolean X11KeyboardTap::onEvents(gpointer self) {
   static_cast<X11KeyboardTap *>(self)->drainEvents();
   return G_SOURCE_CONTINUE;
 }

@@ -32,7 +32,7 @@ private:
   bool openDisplay();
   void grab(const SwallowedKey &key, bool on);
   void drainEvents();
-  static gboolean onReadable(gint, GIOCondition, gpointer self);
+  static gboolean onEvents(gpointer self);
 
   Display *display_ = nullptr;
   int xiOpcode_ = 0;

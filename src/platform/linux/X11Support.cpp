@@ -2,7 +2,9 @@
 
 #include <X11/Xatom.h>
 #include <X11/Xutil.h>
+#include <chrono>
 #include <fstream>
+#include <poll.h>
 
 namespace selvar {
 
@@ -128,6 +130,15 @@ Window newestWindowOf(Display *display, int pid) {
   return None;
 }
 
+Window frontWindowOf(Display *display, int pid) {
+  const auto stacking =
+      cardinals(display, DefaultRootWindow(display), "_NET_CLIENT_LIST_STACKING", XA_WINDOW);
+  if (stacking.empty()) return newestWindowOf(display, pid);
+  for (auto it = stacking.rbegin(); it != stacking.rend(); ++it)
+    if (processId(display, Window(*it)) == pid) return Window(*it);
+  return None;
+}
+
 bool exists(Display *display, Window window) {
   if (window == None) return false;
   XWindowAttributes attributes;
@@ -149,6 +160,34 @@ void requestActivation(Display *display, Window window) {
   XSendEvent(display, DefaultRootWindow(display), False,
              SubstructureRedirectMask | SubstructureNotifyMask, &event);
   trap.finish();
+}
+
+bool awaitActive(Display *display, Window window, int timeoutMs) {
+  const Window root = DefaultRootWindow(display);
+  const Atom active = atom(display, "_NET_ACTIVE_WINDOW");
+  XSelectInput(display, root, PropertyChangeMask);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+  bool done = activeWindow(display) == window;
+  while (!done) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        deadline - std::chrono::steady_clock::now());
+    if (left.count() <= 0) break;
+    if (!XPending(display)) {
+      pollfd fd{ConnectionNumber(display), POLLIN, 0};
+      poll(&fd, 1, int(left.count()));
+    }
+    bool changed = false;
+    while (XPending(display)) {
+      XEvent event;
+      XNextEvent(display, &event);
+      changed |= event.type == PropertyNotify && event.xproperty.atom == active;
+    }
+    if (changed) done = activeWindow(display) == window;
+  }
+  // The connection has no one else to drain its queue: stop listening and drop what came.
+  XSelectInput(display, root, NoEventMask);
+  XSync(display, True);
+  return done;
 }
 
 } // namespace X11Windows

@@ -43,10 +43,16 @@ std::string windowClass(Display *display, Window window);
 std::vector<Window> clientList(Display *display);
 // The newest managed window of the process; None when it has none.
 Window newestWindowOf(Display *display, int pid);
+// The process's window highest in the window manager's stacking order, the one its user
+// worked in last; its newest window when the window manager keeps no stacking list.
+Window frontWindowOf(Display *display, int pid);
 bool exists(Display *display, Window window);
 // Asks the window manager to activate (raise and focus) the window, as a pager would, so that
 // focus-stealing prevention lets it through.
 void requestActivation(Display *display, Window window);
+// Waits until the window manager reports the window active, at most timeoutMs; true when it
+// does. Uses the display's event queue for the wait and leaves it empty.
+bool awaitActive(Display *display, Window window, int timeoutMs);
 
 } // namespace X11Windows
 

@@ -1,5 +1,7 @@
 #include "platform/linux/X11Workspace.h"
 
+#include "platform/linux/X11Accessibility.h"
+#include "platform/linux/X11EventSource.h"
 #include "platform/linux/X11Support.h"
 #include "records/Log.h"
 
@@ -7,7 +9,6 @@
 #include <csignal>
 #include <filesystem>
 #include <gio/gio.h>
-#include <glib-unix.h>
 #include <gtk/gtk.h>
 #include <unistd.h>
 
@@ -64,9 +65,19 @@ int X11Workspace::ownProcessId() const {
 
 bool X11Workspace::activate(int pid) {
   if (!display_) return false;
-  const Window window = X11Windows::newestWindowOf(display_, pid);
+  const Window window = X11Windows::frontWindowOf(display_, pid);
   if (window == None) return false;
   X11Windows::requestActivation(display_, window);
+  return true;
+}
+
+// A window manager activates windows, not applications: the anchored window is the one.
+bool X11Workspace::activateIgnoringOtherApps(int pid, const ElementRef &window) {
+  auto *anchored = dynamic_cast<const X11WindowElement *>(window.get());
+  if (!display_ || !anchored || anchored->pid != pid ||
+      !X11Windows::exists(display_, anchored->window))
+    return activate(pid);
+  X11Windows::requestActivation(display_, anchored->window);
   return true;
 }
 
@@ -97,7 +108,7 @@ void X11Workspace::watchActiveWindow() {
   XSelectInput(display_, DefaultRootWindow(display_), PropertyChangeMask);
   XFlush(display_);
   if (auto front = frontmostApplication()) lastFrontPid_ = front->pid;
-  watch_ = g_unix_fd_add(ConnectionNumber(display_), G_IO_IN, onReadable, this);
+  watch_ = X11EventSource::add(display_, onEvents, this);
 }
 
 void X11Workspace::activeWindowChanged() {
@@ -109,7 +120,7 @@ void X11Workspace::activeWindowChanged() {
     handler(*front);
 }
 
-gboolean X11Workspace::onReadable(gint, GIOCondition, gpointer self) {
+gboolean X11Workspace::onEvents(gpointer self) {
   auto *workspace = static_cast<X11Workspace *>(self);
   Display *display = workspace->display_;
   const Atom active = X11Windows::atom(display, "_NET_ACTIVE_WINDOW");

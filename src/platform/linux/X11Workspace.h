@@ -2,7 +2,7 @@
 // Applications on an X11 desktop: the frontmost one is the owner (_NET_WM_PID) of the active
 // window (_NET_ACTIVE_WINDOW), the running ones are the processes in /proc, an application's
 // identifier is its executable's short name, and activating one asks the window manager to
-// activate its newest window. Main thread only.
+// activate its front window, or the given one. Main thread only.
 
 #include "platform/Workspace.h"
 
@@ -25,6 +25,7 @@ public:
   std::string ownBundleIdentifier() const override;
   int ownProcessId() const override;
   bool activate(int pid) override;
+  bool activateIgnoringOtherApps(int pid, const ElementRef &window) override;
   bool ownsKeyWindow() const override;
   Token observeActivations(std::function<void(const RunningApp &)> handler) override;
   void removeObserver(Token token) override;
@@ -34,7 +35,7 @@ private:
   RunningApp describe(int pid, Window window) const;
   void watchActiveWindow();
   void activeWindowChanged();
-  static gboolean onReadable(gint, GIOCondition, gpointer self);
+  static gboolean onEvents(gpointer self);
 
   Display *display_;
   guint watch_ = 0;

@@ -19,7 +19,7 @@ public:
   std::string ownBundleIdentifier() const override;
   int ownProcessId() const override;
   bool activate(int pid) override;
-  bool activateIgnoringOtherApps(int pid) override;
+  bool activateIgnoringOtherApps(int pid, const ElementRef &window) override;
   bool isOwnApplicationActive() const override;
   bool ownsKeyWindow() const override;
   Token observeActivations(std::function<void(const RunningApp &)> handler) override;

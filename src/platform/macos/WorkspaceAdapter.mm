@@ -53,7 +53,9 @@ bool WorkspaceAdapter::activate(int pid) {
   return [appWithPid(pid) activateWithOptions:0];
 }
 
-bool WorkspaceAdapter::activateIgnoringOtherApps(int pid) {
+// AXRaise has already made the window its application's main window, and activation brings the
+// main window forward: the application is all there is to activate.
+bool WorkspaceAdapter::activateIgnoringOtherApps(int pid, const ElementRef &) {
   return [appWithPid(pid) activateWithOptions:NSApplicationActivateIgnoringOtherApps];
 }
 
