@@ -107,7 +107,6 @@ int main(int argc, char **argv) {
   CairoIconRenderer icons;
   LiveSubsystems::Parts parts;
   parts.iconRenderer = &icons;
-  parts.redirectStandardError = false;
   parts.makeController = [&desktop] { return desktop.makeController(); };
   parts.makeHUD = [&desktop] { return desktop.makeHUD(); };
   parts.openSettings = [&desktop](bool expanded) { desktop.openSettings(expanded); };
