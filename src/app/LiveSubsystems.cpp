@@ -86,8 +86,10 @@ void transcribe(std::shared_ptr<const std::string> audio, const OutcomeHandler &
 
 LiveSubsystems::LiveSubsystems(Parts parts) : parts_(std::move(parts)) {}
 
+// Standard error goes into the log too: toolkit warnings (GTK, GLib, AppKit) then show up next
+// to the app's own lines and in the log tail of feedback reports.
 void LiveSubsystems::installLog() {
-  Log::install(parts_.redirectStandardError);
+  Log::install(true);
 }
 void LiveSubsystems::startFocusTracking() {
   AppFocus::start();

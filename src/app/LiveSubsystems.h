@@ -16,7 +16,6 @@ public:
     std::function<std::unique_ptr<HUDControl>()> makeHUD;
     std::function<void(bool expanded)> openSettings;
     IconRenderer *iconRenderer = nullptr;
-    bool redirectStandardError = true;
   };
   explicit LiveSubsystems(Parts parts);
 

@@ -35,6 +35,9 @@ void DictationController::escapePressed() {
     cancelArmed_ = true;
     // Ending now makes the commit hold the text instead of inserting it.
     if (state() == State::listening) endRecording();
+    // A server recording too short to send commits inside endRecording, which closes the
+    // utterance: nothing is left to hold back, and a window opened now would never close.
+    if (!confirmationOpen()) return;
     armCancelWindow();
     hud_->show("Discard?", cancelHint());
     return;

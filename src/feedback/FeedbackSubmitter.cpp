@@ -10,6 +10,7 @@
 #include "support/Uuid.h"
 
 #include <atomic>
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -27,14 +28,40 @@ namespace {
 constexpr const char *kPath = "/v1/feedback";
 constexpr std::size_t kLogBytes = 64000;
 
+// A moved endpoint is followed this many times at most, a loop of them thus ends.
+constexpr int kMaxRedirects = 5;
+
 // Completion on the HTTP worker thread, before any hop to the main queue.
 using RawCompletion = std::function<void(SendResult)>;
 
+std::string schemeOf(const std::string &url) {
+  std::string scheme = url.substr(0, url.find("://"));
+  for (char &c : scheme)
+    c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return scheme;
+}
+
+// Where to post the report again after a redirect, if anywhere. Only redirects that keep the
+// method count (303 asks for a GET, which cannot carry a report), and only to the same scheme:
+// a report sent over https never continues in plain text.
+std::optional<std::string> redirectTarget(const HttpReply &reply, const std::string &from) {
+  bool keepsMethod =
+      reply.status == 301 || reply.status == 302 || reply.status == 307 || reply.status == 308;
+  if (!keepsMethod || !reply.redirectURL) return std::nullopt;
+  if (schemeOf(*reply.redirectURL) == schemeOf(from)) return reply.redirectURL;
+  Log::write(fmt::format("feedback: not following the redirect (HTTP {}) from {} to {}: another "
+                         "scheme",
+                         reply.status, schemeOf(from), schemeOf(*reply.redirectURL)));
+  return std::nullopt;
+}
+
 void sendTo(std::shared_ptr<const FeedbackPayload> payload, std::shared_ptr<const std::string> body,
-            const Endpoints &to, bool isRetry, RawCompletion done) {
+            const Endpoints &to, bool isRetry, RawCompletion done, std::string url = {},
+            int redirects = 0) {
+  if (url.empty()) url = isRetry ? to.fallback : to.primary;
   HttpRequest request;
   request.method = "POST";
-  request.url = isRetry ? to.fallback : to.primary;
+  request.url = url;
   request.headers = {{"Content-Type", "application/json"}};
   request.body = *body;
   request.timeoutSeconds = to.timeoutSeconds;
@@ -49,6 +76,15 @@ void sendTo(std::shared_ptr<const FeedbackPayload> payload, std::shared_ptr<cons
       return done(SendResult::failure(*reply.error));
     }
     if (reply.isSuccess()) return done(SendResult::success(payload->id));
+    if (auto next = redirectTarget(reply, url)) {
+      if (redirects < kMaxRedirects) {
+        Log::write(fmt::format("feedback: {} redirected the report (HTTP {}) to {}",
+                               httpURLHost(url).value_or("?"), reply.status,
+                               httpURLHost(*next).value_or("?")));
+        return sendTo(payload, body, to, isRetry, done, *next, redirects + 1);
+      }
+      Log::write(fmt::format("feedback: gave up after {} redirects", redirects));
+    }
     done(SendResult::failureWith(std::in_place_type<FeedbackError>,
                                  FeedbackError::rejected(reply.status)));
   });

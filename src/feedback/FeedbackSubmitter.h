@@ -4,6 +4,7 @@
 // delivered, re-sent at the next launch.
 
 #include "feedback/FeedbackPayload.h"
+#include "platform/SystemInfoSource.h"
 #include "servers/HttpClient.h"
 #include "support/Result.h"
 
@@ -45,9 +46,6 @@ std::string installID();
 
 // The most recent dictation's text, when there is one.
 using TranscriptSource = std::function<std::optional<std::string>()>;
-struct SystemInfo {
-  std::optional<std::string> appVersion, build, osVersion, architecture;
-};
 SystemInfo currentSystemInfo();
 
 FeedbackPayload payload(const FeedbackDraft &draft, const std::string &id,

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 namespace selvar {
 
@@ -15,6 +16,8 @@ namespace {
 
 constexpr Rect kInitialFrame{{0, 0}, {300, 60}};
 constexpr double kInitialCornerRadius = 17;
+// Moves closer together than this are one move, written to the preferences once.
+constexpr double kOriginSettleSeconds = 0.5;
 
 // Log lines and records show whole points, truncated like an integer conversion.
 long long whole(double value) {
@@ -40,6 +43,7 @@ HUD::HUD(HudPanel &panel, const Screens &screens, Hooks hooks)
 }
 
 HUD::~HUD() {
+  saveOrigin();
   services().notifications->removeObserver(styleObserver_);
   panel_.setEventHandlers({});
   panel_.unhost();
@@ -49,7 +53,10 @@ void HUD::wireEvents() {
   drag_.onDrag = [this](Point delta, Point grab) {
     panel_.setOrigin({grab.x + delta.x, grab.y + delta.y});
   };
-  drag_.onDragEnd = [this] { rememberOrigin(); };
+  drag_.onDragEnd = [this] {
+    rememberOrigin();
+    saveOrigin();
+  };
   HudPanel::Events events;
   events.mouseDown = [this](Point mouse) { drag_.mouseDown(mouse, panel_.frame().origin); };
   events.mouseDragged = [this](Point mouse) { drag_.mouseDragged(mouse); };
@@ -91,6 +98,7 @@ void HUD::updateSpectrum(std::span<const float> bands) {
 
 // A remembered origin wins while its screen is still attached; otherwise the default place.
 void HUD::place() {
+  saveOrigin(); // a move still settling is the place to go back to
   const Size size = panel_.frame().size;
   if (auto stored = Prefs::hudOrigin())
     if (auto visible = screen(*stored)) {
@@ -128,11 +136,20 @@ std::optional<Rect> HUD::screen(Point containing) const {
 }
 
 // Only a visible pill has a position worth keeping; moves while hidden are placement noise.
+// Writing the preferences costs a file sync and rename on Linux, too much for every motion
+// event of a drag: the write waits until the moves stop.
 void HUD::rememberOrigin() {
   if (!panel_.isVisible()) return;
   const Point origin = panel_.frame().origin;
-  Prefs::setHudOrigin(origin);
   Log::write(fmt::format("hud moved to {},{}", whole(origin.x), whole(origin.y)));
+  unsavedOrigin_ = origin;
+  cancelTimer(saveTimer_);
+  saveTimer_ = services().mainQueue->scheduleTimer(kOriginSettleSeconds, [this] { saveOrigin(); });
+}
+
+void HUD::saveOrigin() {
+  cancelTimer(saveTimer_);
+  if (auto origin = std::exchange(unsavedOrigin_, std::nullopt)) Prefs::setHudOrigin(*origin);
 }
 
 void HUD::applyBackdrop(HUDMaterial material) {

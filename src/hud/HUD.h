@@ -6,6 +6,7 @@
 #include "hud/DraggableView.h"
 #include "hud/HUDModel.h"
 #include "platform/HudPanel.h"
+#include "platform/MainQueue.h"
 #include "platform/NotificationCenter.h"
 #include "platform/Screens.h"
 
@@ -48,6 +49,7 @@ private:
   void clampToScreen();
   std::optional<Rect> screen(Point containing) const;
   void rememberOrigin();
+  void saveOrigin();
   void applyBackdrop(HUDMaterial material);
   void styleChanged();
   void windowMoved();
@@ -59,6 +61,9 @@ private:
   HUDModel model_;
   DraggableView drag_;
   NotificationCenter::Token styleObserver_ = 0;
+  // A drag moves the pill on every pointer event; the origin is written once it settles.
+  std::optional<Point> unsavedOrigin_;
+  TimerRef saveTimer_;
 };
 
 } // namespace selvar

@@ -21,6 +21,7 @@ class Dsp;
 class KeyboardLayout;
 class ProcessRunner;
 class AudioConverterFactory;
+class SystemInfoSource;
 
 struct Services {
   MainQueue *mainQueue = nullptr;
@@ -43,6 +44,8 @@ struct Services {
   ProcessRunner *processes = nullptr;
   // Converters from captured audio to the 16 kHz mono the servers take.
   AudioConverterFactory *audioConverters = nullptr;
+  // What feedback reports say about the machine; without it they carry the app's version only.
+  const SystemInfoSource *systemInfo = nullptr;
 };
 
 // The installed services. Members not noted as optional are set before any core code runs.

@@ -57,8 +57,11 @@ void removeEntries(const fs::path &folder,
   std::error_code ec;
   fs::directory_iterator it(folder, ec), end;
   for (; !ec && it != end; it.increment(ec)) {
-    std::error_code removeError;
-    if (shouldRemove(it->path())) fs::remove_all(it->path(), removeError);
+    // Records are plain files: a folder or link that happens to carry a record's name was put
+    // there by someone else and is left alone, whatever it holds or points to.
+    std::error_code typeError, removeError;
+    if (!it->is_regular_file(typeError) || it->is_symlink(typeError)) continue;
+    if (shouldRemove(it->path())) fs::remove(it->path(), removeError);
   }
 }
 

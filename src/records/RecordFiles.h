@@ -28,8 +28,8 @@ void shiftGenerations(const std::function<std::filesystem::path(int)> &path, int
 
 std::optional<WallTime> modificationTime(const std::filesystem::path &file);
 
-// Removes every entry of `folder` (no recursion) that `shouldRemove` picks. A listing error
-// ends the walk.
+// Removes every regular file directly in `folder` that `shouldRemove` picks; folders and
+// symbolic links are never removed. A listing error ends the walk.
 void removeEntries(const std::filesystem::path &folder,
                    const std::function<bool(const std::filesystem::path &)> &shouldRemove);
 

@@ -161,6 +161,9 @@ void HttpClient::Impl::finish(CURL *easy, CURLcode code) {
   curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
   reply.status = status > 0 ? static_cast<int>(status) : -1;
   if (code != CURLE_OK) reply.error = describe(code, *t);
+  char *location = nullptr;
+  if (curl_easy_getinfo(easy, CURLINFO_REDIRECT_URL, &location) == CURLE_OK && location)
+    reply.redirectURL = location;
   reply.body = std::move(t->replyBody);
   deliver(t->completion, std::move(reply));
 }

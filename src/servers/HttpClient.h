@@ -44,6 +44,9 @@ struct HttpReply {
   std::optional<TransportError> error;
   int status = -1; // -1 when no HTTP response arrived
   std::string body;
+  // Where a 3xx reply points, as an absolute URL. Redirects are never followed here: each
+  // caller decides whether and where to go on.
+  std::optional<std::string> redirectURL;
   bool isSuccess() const { return !error && status >= 200 && status <= 299; }
 };
 

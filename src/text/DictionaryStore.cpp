@@ -7,10 +7,11 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 #include <fmt/format.h>
-#include <fstream>
 #include <mutex>
-#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace selvar::DictionaryStore {
 
@@ -47,13 +48,45 @@ void noteReadOutcome(const fs::path &file, const DictionaryRead &read) {
   Log::write(line);
 }
 
-bool writeFile(const fs::path &file, const std::string &contents) {
-  std::ofstream out(file, std::ios::binary | std::ios::trunc);
-  if (out) out.write(contents.data(), static_cast<std::streamsize>(contents.size()));
-  if (out) out.flush();
-  if (out) return true;
-  Log::write(fmt::format("dictionary write failed: {}: {}", file.string(), std::strerror(errno)));
+// Closes the descriptor when the reader or writer is done with it, on every path.
+struct FileDescriptor {
+  int fd;
+  ~FileDescriptor() {
+    if (fd >= 0) ::close(fd);
+  }
+};
+
+bool writeAll(int fd, const std::string &contents) {
+  std::size_t done = 0;
+  while (done < contents.size()) {
+    ssize_t n = ::write(fd, contents.data() + done, contents.size() - done);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    done += static_cast<std::size_t>(n);
+  }
+  return true;
+}
+
+bool writeFailed(const fs::path &file, const std::string &reason) {
+  Log::write(fmt::format("dictionary write failed: {}: {}", file.string(), reason));
   return false;
+}
+
+// Only a regular file is written: a FIFO or device in its place would block the writer or take
+// the rules somewhere else, and is left as it is.
+bool writeFile(const fs::path &file, const std::string &contents) {
+  std::error_code ec;
+  auto status = fs::status(file, ec);
+  if (fs::exists(status) && !fs::is_regular_file(status))
+    return writeFailed(file, "not a regular file");
+  FileDescriptor out{::open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0644)};
+  if (out.fd < 0) return writeFailed(file, std::strerror(errno));
+  struct stat st {};
+  if (::fstat(out.fd, &st) != 0) return writeFailed(file, std::strerror(errno));
+  if (!S_ISREG(st.st_mode)) return writeFailed(file, "not a regular file");
+  if (::ftruncate(out.fd, 0) != 0 || !writeAll(out.fd, contents))
+    return writeFailed(file, std::strerror(errno));
+  return true;
 }
 
 fs::path asideName(const fs::path &file) {
@@ -91,16 +124,26 @@ fs::path fileURL() {
 
 DictionaryRead read(const fs::path &file) {
   using Status = DictionaryRead::Status;
-  std::error_code ec;
-  auto status = fs::status(file, ec);
-  if (!fs::exists(status)) return {Status::missing, {}, "no such file"};
-  if (fs::is_directory(status)) return {Status::unreadable, {}, "is a folder"};
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return {Status::unreadable, {}, std::strerror(errno)};
-  std::ostringstream contents;
-  contents << in.rdbuf();
-  if (in.bad()) return {Status::unreadable, {}, "read error"};
-  return DictionaryCoding::decode(std::move(contents).str());
+  // Opened without blocking, so a FIFO in the file's place is refused instead of hanging here.
+  FileDescriptor in{::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
+  if (in.fd < 0) {
+    if (errno == ENOENT || errno == ENOTDIR) return {Status::missing, {}, "no such file"};
+    return {Status::unreadable, {}, std::strerror(errno)};
+  }
+  struct stat st {};
+  if (::fstat(in.fd, &st) != 0) return {Status::unreadable, {}, std::strerror(errno)};
+  if (S_ISDIR(st.st_mode)) return {Status::unreadable, {}, "is a folder"};
+  if (!S_ISREG(st.st_mode)) return {Status::unreadable, {}, "not a regular file"};
+  std::string contents;
+  char buffer[16384];
+  for (;;) {
+    ssize_t n = ::read(in.fd, buffer, sizeof buffer);
+    if (n == 0) break;
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return {Status::unreadable, {}, std::strerror(errno)};
+    contents.append(buffer, static_cast<std::size_t>(n));
+  }
+  return DictionaryCoding::decode(std::move(contents));
 }
 
 std::vector<DictionaryRule> rules() {

@@ -130,6 +130,24 @@ TEST_F(ServerPathScenarioTest, ReplyToADiscardedUtteranceIsDropped) {
   EXPECT_EQ(rig.state(), DictationController::State::idle);
 }
 
+// Escape right after the start: the recording is too short to send, so ending it closes the
+// utterance at once and no confirmation may be left open over nothing.
+TEST_F(ServerPathScenarioTest, CancelWithinTheFirstMomentLeavesNoConfirmationBehind) {
+  rig.press();
+  rig.speak(2, kSpeech, 16); // too short for the recorder to keep a file
+  rig.env.queue.advance(0.05);
+  rig.escape();
+  EXPECT_EQ(rig.state(), DictationController::State::idle);
+  EXPECT_NE(rig.pillState(), "Discard?");
+  rig.env.queue.advance(12);
+  EXPECT_FALSE(rig.pillVisible());
+  EXPECT_FALSE(rig.escape()) << "escape belongs to the focused application again";
+  rig.startSpeaking();
+  EXPECT_EQ(rig.pillState(), "Listening");
+  EXPECT_TRUE(rig.escape());
+  EXPECT_EQ(rig.pillState(), "Discard?");
+}
+
 TEST_F(ServerPathScenarioTest, CaptureStartFailuresAbortWithTheirMessage) {
   rig.failRecorder = true;
   rig.press();

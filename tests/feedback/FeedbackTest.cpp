@@ -2,6 +2,7 @@
 #include "feedback/FeedbackSubmitter.h"
 #include "platform/fake/FakeEnvironment.h"
 #include "servers/TestServers.h"
+#include "support/LogText.h"
 
 #include <gtest/gtest.h>
 
@@ -117,10 +118,11 @@ TEST_F(FeedbackTest, DraftBecomesPayload) {
   EXPECT_EQ(q.email, "me@example.org");
   EXPECT_FALSE(q.logs);
   EXPECT_FALSE(q.transcript);
-  EXPECT_EQ(q.appVersion, SELVAR_VERSION);
-  ASSERT_TRUE(q.osVersion);
-  EXPECT_EQ(std::count(q.osVersion->begin(), q.osVersion->end(), '.'), 2);
-  EXPECT_TRUE(q.architecture);
+  // What the platform reports about the machine, the build included.
+  EXPECT_EQ(q.appVersion, "1.2.3");
+  EXPECT_EQ(q.build, "45");
+  EXPECT_EQ(q.osVersion, "14.5.0");
+  EXPECT_EQ(q.architecture, "arm64");
   EXPECT_EQ(q.installID, p.installID); // generated once, then kept
   EXPECT_EQ(env.settings.stringValue(PrefKey::installID), p.installID);
 }
@@ -179,6 +181,51 @@ TEST_F(FeedbackTest, RejectionIsNotRetriedAndTheReportWaitsInTheOutbox) {
   EXPECT_EQ(testing::readAll(FeedbackSubmitter::outboxFile(fullPayload().id)),
             fullPayload().encoded());
   EXPECT_FALSE(deliver(false, fullPayload(), to).ok()); // send alone keeps no copy
+}
+
+TEST_F(FeedbackTest, MovedEndpointsAreFollowedBoundedAndOnlyWithinTheScheme) {
+  auto redirect = [&](const std::string &path, int status, std::string location) {
+    primary.post(path, [=](const httplib::Request &req, httplib::Response &res) {
+      res.status = status;
+      // "//" marks an absolute address on this server, an absolute path otherwise.
+      res.set_header("Location", location.starts_with("//")
+                                     ? "http://" + req.get_header_value("Host") + location.substr(1)
+                                     : location);
+    });
+  };
+  redirect("/moved", 301, "/v2/feedback");
+  redirect("/v2/feedback", 308, "//v3/feedback");
+  primary.reply("/v3/feedback", 201, "{}");
+  redirect("/loop", 308, "/loop");
+  redirect("/see-other", 303, "/v3/feedback");
+  redirect("/to-https", 301, "https://127.0.0.1:1/v3/feedback");
+  std::string base = "http://127.0.0.1:" + std::to_string(primary.start());
+
+  ASSERT_TRUE(deliver(false, fullPayload(), {base + "/moved", "", 2}).ok());
+  auto seen = primary.requests();
+  ASSERT_EQ(seen.size(), 3u);
+  EXPECT_EQ(seen[2].path, "/v3/feedback");
+  EXPECT_EQ(seen[2].method, "POST");
+  EXPECT_EQ(seen[2].body, fullPayload().encoded());
+  EXPECT_TRUE(testing::logHas("feedback: 127.0.0.1 redirected the report (HTTP 301) to 127.0.0.1"));
+
+  struct Case {
+    const char *path;
+    int status;
+    std::size_t requests;
+  } refused[] = {{"/loop", 308, 6}, {"/see-other", 303, 1}, {"/to-https", 301, 1}};
+  for (const auto &c : refused) {
+    SCOPED_TRACE(c.path);
+    std::size_t before = primary.count();
+    SendResult r = deliver(true, fullPayload(), {base + c.path, "", 2});
+    ASSERT_FALSE(r.ok());
+    EXPECT_EQ(std::get<FeedbackError>(r.error()), FeedbackError::rejected(c.status));
+    EXPECT_EQ(primary.count() - before, c.requests);
+    EXPECT_TRUE(fs::exists(FeedbackSubmitter::outboxFile(fullPayload().id)));
+  }
+  EXPECT_TRUE(testing::logHas("feedback: gave up after 5 redirects"));
+  EXPECT_TRUE(testing::logHas("feedback: not following the redirect (HTTP 301) from http to "
+                              "https: another scheme"));
 }
 
 TEST_F(FeedbackTest, OutboxSurvivesFailedLaunchesAndEmptiesAfterDelivery) {

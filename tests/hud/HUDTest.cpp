@@ -116,6 +116,33 @@ TEST_F(HUDTest, DraggedOriginIsRememberedAndUsedNextTime) {
   EXPECT_EQ(origin(), (Point{710.5, 280.25}));
 }
 
+// Every motion event moves the pill and is logged; the preferences file is written once.
+TEST_F(HUDTest, MovesAreWrittenOnceTheySettle) {
+  hud().show("Listening…");
+  const std::size_t before = env.settings.writeCount();
+  panel.drag({700, 240}, {{720, 250}, {760, 270}, {800.5, 300.25}});
+  EXPECT_EQ(env.settings.writeCount(), before + 1);
+  EXPECT_NE(logText().find("hud moved to 630,230\n"), std::string::npos);
+  EXPECT_NE(logText().find("hud moved to 710,280\n"), std::string::npos);
+
+  // Moves without a drag (the window manager, the keyboard) settle on the clock.
+  panel.setOrigin({100, 100});
+  panel.setOrigin({110, 100});
+  env.queue.advance(0.4);
+  panel.setOrigin({120, 100});
+  env.queue.advance(0.4);
+  EXPECT_EQ(env.settings.writeCount(), before + 1);
+  env.queue.advance(0.2);
+  EXPECT_EQ(env.settings.writeCount(), before + 2);
+  EXPECT_EQ(Prefs::hudOrigin(), (Point{120, 100}));
+
+  // Showing again goes back to the latest place even before it settled.
+  panel.setOrigin({130, 100});
+  hud().show("Transcribing…");
+  EXPECT_EQ(origin(), (Point{130, 100}));
+  EXPECT_EQ(Prefs::hudOrigin(), (Point{130, 100}));
+}
+
 TEST_F(HUDTest, ContentSizeDrivesTheFrameAndKeepsItOnScreen) {
   panel.contentSize = {0, 0}; // nothing laid out yet: keep the initial frame
   hud().show("Listening…");

@@ -408,11 +408,18 @@ NSString *NSTemporaryDirectory(void);
 @property(readonly, copy) NSString *resourcePath;
 @end
 
+typedef struct {
+  NSInteger majorVersion;
+  NSInteger minorVersion;
+  NSInteger patchVersion;
+} NSOperatingSystemVersion;
+
 @interface NSProcessInfo : NSObject
 @property(class, readonly, strong) NSProcessInfo *processInfo;
 @property(readonly) int processIdentifier;
 @property(readonly, copy) NSDictionary<NSString *, NSString *> *environment;
 @property(readonly, copy) NSString *operatingSystemVersionString;
+@property(readonly) NSOperatingSystemVersion operatingSystemVersion;
 @end
 
 @interface NSFileHandle : NSObject

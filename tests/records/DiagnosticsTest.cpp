@@ -208,5 +208,19 @@ TEST_F(DiagnosticsTest, ClearRemovesEveryGenerationInCallOrder) {
   EXPECT_TRUE(fs::exists(dir / "selvar.log"));
 }
 
+TEST_F(DiagnosticsTest, PurgeAndClearLeaveAFolderNamedLikeAGenerationAlone) {
+  fs::create_directories(dir / "diagnostics.3.jsonl");
+  writeFile(dir / "diagnostics.3.jsonl" / "keep.txt", "mine\n");
+  setModified(dir / "diagnostics.3.jsonl", utc(2020, 1, 1, 0, 0, 0));
+  writeFile(dir / "diagnostics.2.jsonl", "old\n");
+  setModified(dir / "diagnostics.2.jsonl", utc(2020, 1, 1, 0, 0, 0));
+  Diagnostics::purge(7);
+  Diagnostics::flush();
+  EXPECT_FALSE(fs::exists(dir / "diagnostics.2.jsonl"));
+  Diagnostics::clear();
+  Diagnostics::flush();
+  EXPECT_EQ(readFile(dir / "diagnostics.3.jsonl" / "keep.txt"), "mine\n");
+}
+
 } // namespace
 } // namespace selvar

@@ -125,5 +125,24 @@ TEST_F(HistoryTest, PurgeGoesByModificationTimeNotName) {
     EXPECT_EQ(fs::exists(dir / f.name), f.keptBy30) << f.name;
 }
 
+// Only the day files themselves go: a folder or a link that carries a day file's name, and
+// whatever it holds or points to, stays.
+TEST_F(HistoryTest, PurgeRemovesOnlyRegularDayFiles) {
+  auto old = now - std::chrono::days(40);
+  fs::create_directories(dir / "2025-01-01.jsonl" / "inside");
+  addFile("2025-01-01.jsonl/inside/2025-01-02.jsonl", record("deep"), old);
+  setModified(dir / "2025-01-01.jsonl", old);
+  fs::path target = env.files.dataRoot() / "elsewhere.jsonl";
+  writeFile(target, record("theirs"));
+  setModified(target, old);
+  fs::create_symlink(target, dir / "2025-01-03.jsonl");
+  addFile("2025-01-04.jsonl", record("gone"), old);
+  History::purge(30);
+  EXPECT_TRUE(fs::exists(dir / "2025-01-01.jsonl/inside/2025-01-02.jsonl"));
+  EXPECT_TRUE(fs::is_symlink(dir / "2025-01-03.jsonl"));
+  EXPECT_EQ(readFile(target), record("theirs"));
+  EXPECT_FALSE(fs::exists(dir / "2025-01-04.jsonl"));
+}
+
 } // namespace
 } // namespace selvar

@@ -2,6 +2,7 @@
 
 #include "platform/fake/FakeEnvironment.h"
 #include "records/Log.h"
+#include "support/FifoTrap.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -107,6 +108,26 @@ TEST_F(DictionaryStoreTest, SavingOverAFileThatDoesNotDecodeKeepsACopyOfIt) {
   ASSERT_EQ(copies.size(), 1u);
   EXPECT_EQ(contents(copies[0]), handEdited);
   EXPECT_EQ(DictionaryStore::rules().size(), 1u);
+}
+
+TEST_F(DictionaryStoreTest, FifoInPlaceOfTheFileIsRefusedWithoutBlockingAndKept) {
+  fs::path file = DictionaryStore::fileURL();
+  ASSERT_TRUE(testing::makeFifo(file));
+  std::vector<DictionaryRule> rules{{"x", "y", false}};
+  ASSERT_TRUE(testing::returnsWithoutBlocking(file, [&] { rules = DictionaryStore::rules(); }));
+  EXPECT_TRUE(rules.empty());
+  EXPECT_NE(logText().find("dictionary unreadable, no rules in use: " + file.string() +
+                           ": not a regular file"),
+            std::string::npos)
+      << logText();
+  bool saved = true;
+  ASSERT_TRUE(testing::returnsWithoutBlocking(file, [&] {
+    saved = DictionaryStore::save({{"new", "rule", false}});
+  }));
+  EXPECT_FALSE(saved);
+  EXPECT_NE(logText().find("dictionary write failed: " + file.string() + ": not a regular file"),
+            std::string::npos);
+  EXPECT_TRUE(fs::is_fifo(file));
 }
 
 TEST_F(DictionaryStoreTest, StarterFileIsWrittenOnlyWhenMissing) {

@@ -18,6 +18,7 @@
 #include "platform/linux/LockFileSingleInstance.h"
 #include "platform/linux/PosixProcessRunner.h"
 #include "platform/linux/SoxrAudioConverter.h"
+#include "platform/linux/UnameSystemInfo.h"
 #include "platform/linux/XdgAutostartLoginItem.h"
 #include "platform/linux/XkbKeyboardLayout.h"
 #include "records/Log.h"
@@ -66,6 +67,7 @@ void installCoreServices(LinuxDesktop &desktop) {
   static KissDsp dsp;
   static PosixProcessRunner processes;
   static SoxrAudioConverterFactory converters;
+  static UnameSystemInfo systemInfo;
   Services s;
   s.files = &files;
   s.notifications = &notifications;
@@ -76,6 +78,7 @@ void installCoreServices(LinuxDesktop &desktop) {
   s.dsp = &dsp;
   s.processes = &processes;
   s.audioConverters = &converters;
+  s.systemInfo = &systemInfo;
   desktop.install(s);
   installServices(s);
   // No on-device recognizer, system language model or Fn key on Linux desktops.
@@ -104,7 +107,6 @@ int main(int argc, char **argv) {
   CairoIconRenderer icons;
   LiveSubsystems::Parts parts;
   parts.iconRenderer = &icons;
-  parts.redirectStandardError = false;
   parts.makeController = [&desktop] { return desktop.makeController(); };
   parts.makeHUD = [&desktop] { return desktop.makeHUD(); };
   parts.openSettings = [&desktop](bool expanded) { desktop.openSettings(expanded); };

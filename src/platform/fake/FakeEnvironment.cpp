@@ -42,6 +42,7 @@ FakeEnvironment::FakeEnvironment(WallTime wallStart)
   s.keyboardTap = &keyboardTap;
   s.dsp = &dsp;
   s.keyboardLayout = &keyboardLayout;
+  s.systemInfo = &systemInfo;
   installServices(s);
 }
 

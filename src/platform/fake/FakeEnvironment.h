@@ -14,6 +14,7 @@
 #include "platform/fake/FakePasteboard.h"
 #include "platform/fake/FakePermissionAccess.h"
 #include "platform/fake/FakeSpeechRecognition.h"
+#include "platform/fake/FakeSystemInfo.h"
 #include "platform/fake/FakeWorkspace.h"
 #include "platform/fake/ManualMainQueue.h"
 #include "platform/fake/MemorySettingsStore.h"
@@ -58,6 +59,7 @@ public:
   FakeKeyboardTap keyboardTap;
   ReferenceDsp dsp; // a direct DFT: exact but slow
   FakeKeyboardLayout keyboardLayout;
+  FakeSystemInfo systemInfo;
 
 private:
   static std::filesystem::path makeRoot();

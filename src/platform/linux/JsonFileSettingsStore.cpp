@@ -198,7 +198,9 @@ void JsonFileSettingsStore::refreshLocked() const {
 }
 
 void JsonFileSettingsStore::loadLocked() const {
-  int fd = ::open(file_.c_str(), O_RDONLY | O_CLOEXEC);
+  // Without O_NONBLOCK a FIFO in the file's place would hang the app in open() until someone
+  // writes to it; the type check below then moves it aside like any other unreadable file.
+  int fd = ::open(file_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) {
     if (errno == ENOENT) {
       values_ = json::object();

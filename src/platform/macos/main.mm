@@ -23,6 +23,7 @@
 #include "platform/macos/AudioConverterAdapter.h"
 #include "platform/macos/AudioEngineInput.h"
 #include "platform/macos/BundleSingleInstance.h"
+#include "platform/macos/BundleSystemInfo.h"
 #include "platform/macos/CoreGraphicsIconRenderer.h"
 #include "platform/macos/DispatchMainQueue.h"
 #include "platform/macos/EventTapAdapter.h"
@@ -128,6 +129,7 @@ int main(int argc, const char *argv[]) {
     KeyboardLayoutAdapter keyboardLayout;
     ProcessRunnerAdapter processes;
     AudioConverterAdapter converters;
+    BundleSystemInfo systemInfo;
     Services s;
     s.mainQueue = &mainQueue;
     s.clock = &clock;
@@ -146,6 +148,7 @@ int main(int argc, const char *argv[]) {
     s.keyboardLayout = &keyboardLayout;
     s.processes = &processes;
     s.audioConverters = &converters;
+    s.systemInfo = &systemInfo;
     installServices(s);
     // The system's on-device recognizer is here; its language model is reachable only from
     // Swift, so the rewrite engine that needs it is not offered.

@@ -2,6 +2,7 @@
 
 #include "platform/fake/FakeEnvironment.h"
 #include "records/Log.h"
+#include "support/FifoTrap.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -113,6 +114,23 @@ TEST_F(JsonFileSettingsStoreTest, CorruptFileIsKeptAsideLoggedAndNeverOverwritte
   EXPECT_FALSE(store.value("trigger"));
   EXPECT_EQ(filesInConfigDir(), (std::vector<std::string>{aside, aside + "-2"}));
   EXPECT_EQ(readFile(dir / (aside + "-2")), "[1, 2]");
+}
+
+TEST_F(JsonFileSettingsStoreTest, FifoInPlaceOfTheFileIsMovedAsideWithoutBlocking) {
+  fs::create_directories(dir);
+  ASSERT_TRUE(testing::makeFifo(file));
+  JsonFileSettingsStore store(file);
+  std::optional<SettingValue> read;
+  ASSERT_TRUE(testing::returnsWithoutBlocking(file, [&] { read = store.value("trigger"); }));
+  EXPECT_FALSE(read);
+  const std::string aside = "settings.json.corrupt-20250301T140709Z";
+  EXPECT_EQ(filesInConfigDir(), std::vector<std::string>{aside});
+  EXPECT_TRUE(fs::is_fifo(dir / aside));
+  EXPECT_NE(log().find("settings file unreadable (not a regular file): kept it as " + aside),
+            std::string::npos)
+      << log();
+  store.setValue("trigger", std::string("rightCommand"));
+  EXPECT_EQ(JsonFileSettingsStore(file).stringValue("trigger"), "rightCommand");
 }
 
 TEST_F(JsonFileSettingsStoreTest, EmptyFileIsSimplyNoSettings) {
