@@ -97,7 +97,7 @@ void install(bool redirectStandardError) {
   auto dir = directory();
   onQueue([&] {
     rotate(dir);
-    int fd = ::open(generation(dir, 0).c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+    int fd = RecordFiles::openRegular(generation(dir, 0), O_WRONLY | O_CREAT | O_APPEND, 0644);
     if (fd < 0) return;
     if (redirectStandardError) ::dup2(fd, STDERR_FILENO);
     if (fd != STDERR_FILENO) ::close(fd);

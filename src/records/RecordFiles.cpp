@@ -1,18 +1,31 @@
 #include "records/RecordFiles.h"
 
+#include <cerrno>
 #include <fcntl.h>
-#include <fstream>
-#include <iterator>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace selvar::RecordFiles {
 
 namespace fs = std::filesystem;
 
+int openRegular(const fs::path &file, int flags, unsigned mode) {
+  // Without O_NONBLOCK a FIFO standing where a record belongs would hold the open forever.
+  int fd = ::open(file.c_str(), flags | O_NONBLOCK | O_CLOEXEC, static_cast<mode_t>(mode));
+  if (fd < 0) return -1;
+  struct stat info {};
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+    ::close(fd);
+    errno = EINVAL;
+    return -1;
+  }
+  return fd;
+}
+
 void append(const fs::path &file, std::string_view bytes) {
   // O_APPEND makes the single write land whole at the end, even next to other writers of the
   // same file (standard error redirected into the log).
-  int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+  int fd = openRegular(file, O_WRONLY | O_CREAT | O_APPEND, 0644);
   if (fd < 0) return;
   [[maybe_unused]] auto written = ::write(fd, bytes.data(), bytes.size());
   ::close(fd);
@@ -23,17 +36,27 @@ std::optional<std::string> read(const fs::path &file) {
 }
 
 std::optional<std::string> readLast(const fs::path &file, std::size_t budget) {
-  std::ifstream in(file, std::ios::binary | std::ios::ate);
-  if (!in) return std::nullopt;
-  auto end = in.tellg();
-  if (end < 0) return std::nullopt;
-  auto size = static_cast<std::size_t>(end);
+  int fd = openRegular(file, O_RDONLY, 0);
+  if (fd < 0) return std::nullopt;
+  struct stat info {};
+  if (::fstat(fd, &info) != 0) {
+    ::close(fd);
+    return std::nullopt;
+  }
+  auto size = static_cast<std::size_t>(info.st_size);
   auto start = size > budget ? size - budget : 0;
-  in.seekg(static_cast<std::streamoff>(start));
   std::string data(size - start, '\0');
-  in.read(data.data(), static_cast<std::streamsize>(data.size()));
-  if (in.bad()) return std::nullopt;
-  data.resize(static_cast<std::size_t>(in.gcount()));
+  std::size_t got = 0;
+  while (got < data.size()) {
+    auto n = ::pread(fd, data.data() + got, data.size() - got, static_cast<off_t>(start + got));
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) break;
+    got += static_cast<std::size_t>(n);
+  }
+  bool failed = got < data.size() && errno != 0 && got == 0 && !data.empty();
+  ::close(fd);
+  if (failed) return std::nullopt;
+  data.resize(got);
   return data;
 }
 

@@ -13,6 +13,10 @@
 
 namespace selvar::RecordFiles {
 
+// Opens `file` (flags as for open(2)) only when it is a regular file, never blocking on a FIFO
+// or device standing in its place; -1 otherwise. The descriptor is close-on-exec.
+int openRegular(const std::filesystem::path &file, int flags, unsigned mode);
+
 // Appends the bytes in one write, creating the file (not its folder) when missing.
 void append(const std::filesystem::path &file, std::string_view bytes);
 

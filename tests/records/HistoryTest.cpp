@@ -3,6 +3,9 @@
 #include "platform/fake/FakeEnvironment.h"
 #include "records/RecordTestSupport.h"
 
+#include "records/Log.h"
+#include "support/FifoTrap.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -142,6 +145,26 @@ TEST_F(HistoryTest, PurgeRemovesOnlyRegularDayFiles) {
   EXPECT_TRUE(fs::is_symlink(dir / "2025-01-03.jsonl"));
   EXPECT_EQ(readFile(target), record("theirs"));
   EXPECT_FALSE(fs::exists(dir / "2025-01-04.jsonl"));
+}
+
+// A FIFO named like a day file or like the log must hang neither the readers nor the writers.
+TEST_F(HistoryTest, FifosInPlaceOfRecordFilesArePassedOverWithoutBlocking) {
+  addFile("2025-01-01.jsonl", record("kept"), now - std::chrono::days(1));
+  fs::path fifo = dir / "2025-01-02.jsonl";
+  ASSERT_TRUE(testing::makeFifo(fifo));
+  std::vector<History::Utterance> recent;
+  ASSERT_TRUE(testing::returnsWithoutBlocking(fifo, [&] { recent = History::recentUtterances(5); }));
+  EXPECT_THAT(texts(recent), ElementsAreArray({"kept"}));
+  fs::path logFifo = Log::directory() / "selvar.log";
+  fs::create_directories(logFifo.parent_path());
+  ASSERT_TRUE(testing::makeFifo(logFifo));
+  ASSERT_TRUE(testing::returnsWithoutBlocking(logFifo, [] {
+    Log::install(false);
+    Log::write("still running");
+    Log::flush();
+    (void)Log::tail(1000);
+  }));
+  EXPECT_TRUE(fs::is_fifo(fifo));
 }
 
 } // namespace
