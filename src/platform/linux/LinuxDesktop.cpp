@@ -6,7 +6,7 @@
 #include "dictation/DictationController.h"
 #include "feedback/FeedbackWindowController.h"
 #include "platform/FileLocations.h"
-#include "platform/linux/DisplaySession.h"
+#include "platform/linux/SessionBackend.h"
 #include "records/Log.h"
 
 #include <glib.h>
@@ -36,7 +36,10 @@ std::filesystem::path statusIconFile() {
 } // namespace
 
 LinuxDesktop::LinuxDesktop()
-    : screens_(gdk_display_get_default()), feedback_(std::make_unique<FeedbackWindowBridge>()) {
+    : screens_(gdk_display_get_default()),
+      session_(SessionBackends::current() == SessionBackend::wayland ? makeWaylandAdapters()
+                                                                     : makeX11Adapters()),
+      feedback_(std::make_unique<FeedbackWindowBridge>()) {
   FeedbackWindowController::installPresenter(&feedbackWindow_);
 }
 
@@ -46,12 +49,12 @@ LinuxDesktop::~LinuxDesktop() {
 
 void LinuxDesktop::install(Services &s) {
   s.audio = &audio_;
-  s.workspace = &workspace_;
-  s.permissions = &permissions_;
-  s.accessibility = &accessibility_;
-  s.pasteboard = &clipboard_;
-  s.keySynthesizer = &keys_;
-  s.keyboardTap = &tap_;
+  s.workspace = &session_->workspace();
+  s.permissions = &session_->permissions();
+  s.accessibility = &session_->accessibility();
+  s.pasteboard = &session_->pasteboard();
+  s.keySynthesizer = &session_->keySynthesizer();
+  s.keyboardTap = &session_->keyboardTap();
   s.speech = &speech_;
 }
 
@@ -104,10 +107,9 @@ void LinuxDesktop::showTray(LinuxAppHost &host, IconRenderer &icons) {
       });
 }
 
-void LinuxDesktop::announceSession(DictationControl *controller) {
-  if (DisplaySession::current() != DisplaySessionKind::wayland) return;
-  Log::write(DisplaySession::kWaylandLogLine);
-  if (controller) controller->flash(DisplaySession::kWaylandPillText);
+void LinuxDesktop::announceSession() {
+  for (const auto &line : session_->startupNotes())
+    Log::write(line);
 }
 
 } // namespace selvar

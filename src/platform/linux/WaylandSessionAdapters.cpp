@@ -1,0 +1,66 @@
+// The Wayland session. What a client may do here depends on the compositor's protocols; the
+// pieces that are not offered say so in the log once at start instead of failing each time.
+
+#include "platform/linux/CommandOnlyKeyboardTap.h"
+#include "platform/linux/GtkOnlyClipboard.h"
+#include "platform/linux/LinuxPermissionAccess.h"
+#include "platform/linux/SessionAdapters.h"
+#include "platform/linux/WaylandWorkspace.h"
+
+namespace selvar {
+
+namespace {
+
+// Nobody's focus can be read or moved from outside: the anchor stays empty.
+class NoAccessibility : public Accessibility {
+public:
+  ElementRef focusedElement(int) override { return nullptr; }
+  ElementRef window(const ElementRef &) override { return nullptr; }
+  bool raise(const ElementRef &) override { return false; }
+  bool setFocusedElement(int, const ElementRef &) override { return false; }
+};
+
+// No synthetic keys: the text stays on the clipboard for the user to paste.
+class NoKeySynthesizer : public KeySynthesizer {
+public:
+  bool postKeystroke(int, std::uint64_t, double) override { return false; }
+};
+
+// No X server is asked: the trigger source decides what works, and there is no grant to wait
+// for.
+class WaylandPermissionAccess : public LinuxPermissionAccess {
+public:
+  bool accessibilityTrusted() const override { return true; }
+};
+
+class WaylandSessionAdapters : public SessionAdapters {
+public:
+  Workspace &workspace() override { return workspace_; }
+  PermissionAccess &permissions() override { return permissions_; }
+  Accessibility &accessibility() override { return accessibility_; }
+  Pasteboard &pasteboard() override { return clipboard_; }
+  KeySynthesizer &keySynthesizer() override { return keys_; }
+  KeyboardTap &keyboardTap() override { return tap_; }
+  std::vector<std::string> startupNotes() const override {
+    return {"desktop backend: wayland",
+            "wayland: bind keys in the compositor to \"selvar --start\" (press) and \"selvar "
+            "--stop\" (release), or \"selvar --toggle\"; \"selvar --cancel\" cancels",
+            "wayland: no synthetic paste here; dictated text is copied for Ctrl+V"};
+  }
+
+private:
+  WaylandWorkspace workspace_;
+  WaylandPermissionAccess permissions_;
+  NoAccessibility accessibility_;
+  GtkOnlyClipboard clipboard_;
+  NoKeySynthesizer keys_;
+  CommandOnlyKeyboardTap tap_;
+};
+
+} // namespace
+
+std::unique_ptr<SessionAdapters> makeWaylandAdapters() {
+  return std::make_unique<WaylandSessionAdapters>();
+}
+
+} // namespace selvar
