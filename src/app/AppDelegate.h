@@ -30,6 +30,8 @@ public:
   void pasteRecent(const MenuItem &item);
   void retryFailedDictation();
   std::vector<MenuItem> rebuildMenu();
+  // A word from the control channel ("toggle"); false when it names no command.
+  bool controlCommand(const std::string &word);
 
   // Whether this copy passed the single-instance rule and started up.
   bool isRunning() const { return running_; }

@@ -214,6 +214,30 @@ std::vector<SwallowedKey> HotkeyHandler::swallowedKeys() const {
   return keys;
 }
 
+// Mirrors the key handlers, minus the event: the command names the key and whether it went
+// down or up, the trigger mode decides what that means.
+void HotkeyHandler::commandReceived(ControlCommand command) {
+  const TriggerMode mode = Prefs::triggerMode();
+  Log::write("control command " + std::string(rawValue(command)) +
+             " mode=" + std::string(rawValue(mode)));
+  const bool hold = mode == TriggerMode::hold;
+  switch (command) {
+  case ControlCommand::toggle:
+    triggerDown(false);
+    break;
+  case ControlCommand::start:
+    triggerDown(hold);
+    break;
+  case ControlCommand::stop:
+    if (hold) controller_.endRecording();
+    break;
+  case ControlCommand::cancel:
+    if (dictating()) controller_.escapePressed();
+    break;
+  }
+  updateSwallowedKeys();
+}
+
 void HotkeyHandler::updateSwallowedKeys() {
   if (services().keyboardTap && tap().isInstalled()) tap().setSwallowedKeys(swallowedKeys());
 }

@@ -18,6 +18,7 @@
 #include "platform/linux/PosixProcessRunner.h"
 #include "platform/linux/SessionBackend.h"
 #include "platform/linux/SoxrAudioConverter.h"
+#include "platform/linux/UnixSocketControlChannel.h"
 #include "platform/linux/XdgAutostartLoginItem.h"
 #include "platform/linux/XkbKeyboardLayout.h"
 #include "records/Log.h"
@@ -89,6 +90,14 @@ int main(int argc, char **argv) {
     std::fputs(answer->c_str(), stdout);
     return 0;
   }
+  const auto socketFile =
+      UnixSocketControlChannel::besideLock(LockFileSingleInstance::defaultLockFile());
+  UnixSocketControlChannel control(socketFile);
+  if (options.control) {
+    auto outcome = sendControlCommand(control, *options.control);
+    std::fputs(outcome.message.c_str(), stderr);
+    return outcome.exitStatus;
+  }
   if (!openDisplay(argc, argv)) return 1;
 
   LinuxDesktop desktop;
@@ -116,6 +125,7 @@ int main(int argc, char **argv) {
   services().mainQueue->async([&] {
     delegate.applicationDidFinishLaunching();
     if (!delegate.isRunning()) return;
+    control.listen([&delegate](const std::string &word) { return delegate.controlCommand(word); });
     desktop.showTray(host, icons);
     desktop.announceSession();
   });
