@@ -2,9 +2,11 @@
 // pieces that are not offered say so in the log once at start instead of failing each time.
 
 #include "platform/linux/CommandOnlyKeyboardTap.h"
+#include "platform/linux/EvdevKeyboardTap.h"
 #include "platform/linux/GtkOnlyClipboard.h"
 #include "platform/linux/LinuxPermissionAccess.h"
 #include "platform/linux/SessionAdapters.h"
+#include "platform/linux/WaylandTriggerSource.h"
 #include "platform/linux/WaylandWorkspace.h"
 
 namespace selvar {
@@ -35,17 +37,28 @@ public:
 
 class WaylandSessionAdapters : public SessionAdapters {
 public:
+  WaylandSessionAdapters() {
+    WaylandTriggerOptions options;
+    options.keyboardsReadable = evdev_.anyKeyboardReadable();
+    options.keyboardsDenied = !evdev_.deniedPaths().empty();
+    trigger_ = chooseWaylandTriggerSource(options);
+  }
+
   Workspace &workspace() override { return workspace_; }
   PermissionAccess &permissions() override { return permissions_; }
   Accessibility &accessibility() override { return accessibility_; }
   Pasteboard &pasteboard() override { return clipboard_; }
   KeySynthesizer &keySynthesizer() override { return keys_; }
-  KeyboardTap &keyboardTap() override { return tap_; }
+  KeyboardTap &keyboardTap() override {
+    if (trigger_.source == WaylandTriggerSource::evdev) return evdev_;
+    return command_;
+  }
   std::vector<std::string> startupNotes() const override {
-    return {"desktop backend: wayland",
-            "wayland: bind keys in the compositor to \"selvar --start\" (press) and \"selvar "
-            "--stop\" (release), or \"selvar --toggle\"; \"selvar --cancel\" cancels",
-            "wayland: no synthetic paste here; dictated text is copied for Ctrl+V"};
+    std::vector<std::string> notes{"desktop backend: wayland"};
+    for (const auto &hint : trigger_.hints)
+      notes.push_back("wayland: " + hint);
+    notes.push_back("wayland: no synthetic paste here; dictated text is copied for Ctrl+V");
+    return notes;
   }
 
 private:
@@ -54,7 +67,9 @@ private:
   NoAccessibility accessibility_;
   GtkOnlyClipboard clipboard_;
   NoKeySynthesizer keys_;
-  CommandOnlyKeyboardTap tap_;
+  EvdevKeyboardTap evdev_;
+  CommandOnlyKeyboardTap command_;
+  WaylandTriggerChoice trigger_;
 };
 
 } // namespace
