@@ -66,7 +66,7 @@ void HotkeyHandler::installHotkey() {
   loggedAccessibilityWait_ = false;
   Log::write("hotkey installed trigger=" + std::string(rawValue(TriggerStore::current())));
   Log::write("trigger source: " + tap().sourceName() +
-             (tap().canSwallowKeys() ? "" : " (keys also reach the focused application)"));
+             (tap().canSwallowKeys() ? "" : "; keys also reach the focused application"));
   updateSwallowedKeys();
 }
 

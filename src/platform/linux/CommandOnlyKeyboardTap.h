@@ -14,7 +14,9 @@ public:
   bool isInstalled() const override { return installed_; }
   void reenable() override {}
   bool isKeyDown(int) const override { return false; }
-  std::string sourceName() const override { return "control command (selvar --toggle)"; }
+  std::string sourceName() const override {
+    return "the control command (selvar --start, --stop, --toggle, --cancel)";
+  }
   bool canSwallowKeys() const override { return false; }
 
 private:

@@ -18,14 +18,15 @@ namespace {
 // A pill of its own for the HUD switches, with its own window.
 class OwnPanelPill : public HUDControl {
 public:
-  explicit OwnPanelPill(const GdkScreens &screens) : panel_(screens), pill_(panel_, screens) {}
+  OwnPanelPill(std::unique_ptr<GtkHudPanel> panel, const GdkScreens &screens)
+      : panel_(std::move(panel)), pill_(*panel_, screens) {}
   void show(const std::string &state) override { pill_.show(state); }
   void hide() override { pill_.hide(); }
   bool isVisible() const override { return pill_.isVisible(); }
   void updateSpectrum(std::span<const float> levels) override { pill_.updateSpectrum(levels); }
 
 private:
-  GtkHudPanel panel_;
+  std::unique_ptr<GtkHudPanel> panel_;
   PillControl pill_;
 };
 
@@ -59,7 +60,7 @@ void LinuxDesktop::install(Services &s) {
 }
 
 std::unique_ptr<DictationControl> LinuxDesktop::makeController() {
-  controllerPanel_ = std::make_unique<GtkHudPanel>(screens_);
+  controllerPanel_ = session_->makeHudPanel(screens_);
   DictationNeighbours n;
   n.servers = &servers_;
   n.feedback = feedback_.get();
@@ -70,7 +71,7 @@ std::unique_ptr<DictationControl> LinuxDesktop::makeController() {
 }
 
 std::unique_ptr<HUDControl> LinuxDesktop::makeHUD() {
-  return std::make_unique<OwnPanelPill>(screens_);
+  return std::make_unique<OwnPanelPill>(session_->makeHudPanel(screens_), screens_);
 }
 
 void LinuxDesktop::openSettings(bool expanded) {

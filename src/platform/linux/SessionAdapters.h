@@ -8,6 +8,7 @@
 #include "platform/Pasteboard.h"
 #include "platform/PermissionAccess.h"
 #include "platform/Workspace.h"
+#include "platform/linux/GtkHudPanel.h"
 
 #include <memory>
 #include <string>
@@ -23,6 +24,8 @@ public:
   virtual Pasteboard &pasteboard() = 0;
   virtual KeySynthesizer &keySynthesizer() = 0;
   virtual KeyboardTap &keyboardTap() = 0;
+  // A window for the pill, as this session can place one.
+  virtual std::unique_ptr<GtkHudPanel> makeHudPanel(const GdkScreens &screens) = 0;
   // Log lines for the start: which backend runs, and how to get more out of it.
   virtual std::vector<std::string> startupNotes() const = 0;
 };

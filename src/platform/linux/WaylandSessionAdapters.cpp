@@ -4,6 +4,7 @@
 #include "platform/linux/CommandOnlyKeyboardTap.h"
 #include "platform/linux/EvdevKeyboardTap.h"
 #include "platform/linux/GtkOnlyClipboard.h"
+#include "platform/linux/LayerShellHudPanel.h"
 #include "platform/linux/LinuxPermissionAccess.h"
 #include "platform/linux/SessionAdapters.h"
 #include "platform/linux/WaylandTriggerSource.h"
@@ -53,11 +54,20 @@ public:
     if (trigger_.source == WaylandTriggerSource::evdev) return evdev_;
     return command_;
   }
+  // Without layer-shell (GNOME) the pill is an ordinary window: the compositor chooses where
+  // it goes and may give it a frame, and it cannot be kept above full-screen windows.
+  std::unique_ptr<GtkHudPanel> makeHudPanel(const GdkScreens &screens) override {
+    if (LayerShellHudPanel::isSupported()) return std::make_unique<LayerShellHudPanel>(screens);
+    return std::make_unique<GtkHudPanel>(screens);
+  }
   std::vector<std::string> startupNotes() const override {
     std::vector<std::string> notes{"desktop backend: wayland"};
     for (const auto &hint : trigger_.hints)
       notes.push_back("wayland: " + hint);
     notes.push_back("wayland: no synthetic paste here; dictated text is copied for Ctrl+V");
+    if (!LayerShellHudPanel::isSupported())
+      notes.push_back("wayland: no layer-shell here; the pill is an ordinary window that the "
+                      "compositor places");
     return notes;
   }
 

@@ -21,6 +21,9 @@ public:
   Pasteboard &pasteboard() override { return clipboard_; }
   KeySynthesizer &keySynthesizer() override { return keys_; }
   KeyboardTap &keyboardTap() override { return tap_; }
+  std::unique_ptr<GtkHudPanel> makeHudPanel(const GdkScreens &screens) override {
+    return std::make_unique<GtkHudPanel>(screens);
+  }
   std::vector<std::string> startupNotes() const override { return {"desktop backend: x11"}; }
 
 private:
