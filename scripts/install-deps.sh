@@ -15,6 +15,7 @@ packages=(
   python3 python3-venv python3-pip
   espeak-ng sox xvfb xauth x11-utils xdotool xterm openbox pulseaudio pulseaudio-utils
   python3-gi gir1.2-gtk-3.0 iproute2
+  sway grim dbus
 )
 
 missing=()
