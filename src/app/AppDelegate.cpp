@@ -102,6 +102,10 @@ std::vector<MenuItem> AppDelegate::rebuildMenu() {
 }
 
 bool AppDelegate::controlCommand(const std::string &word) {
+  if (word == kShowSettingsWord) {
+    subsystems_.openSettings(false);
+    return true;
+  }
   auto command = controlCommandNamed(word);
   if (!command) {
     Log::write("control command not understood: " + word);

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Selvar on a headless wlroots compositor (sway): the Wayland backend starts on its own, names
 # its trigger source, takes trigger and cancel presses from "selvar --toggle/--cancel", shows
-# the pill as a layer surface (grim takes a screenshot for the artefacts), and a control
-# command with no copy running fails with a message. sway refuses to run as root, so as root
+# the pill as a layer surface (grim takes a screenshot for the artefacts), opens its settings
+# when launched again, and a control command with no copy running fails with a message. sway refuses to run as root, so as root
 # the session runs as an unprivileged user made for it.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
@@ -100,6 +100,13 @@ background = rest[0:3]
 lower = rest[width * 3 * (height // 2):]  # the pill sits in the lower half
 sys.exit(0 if any(lower[i:i + 3] != background for i in range(0, len(lower), 3 * 7)) else 1)
 PY
+
+# A second plain launch shows the running copy's settings window (no tray needed) and quits.
+in_session dbus-run-session -- "$T/selvar" >>"$T/second.log" 2>&1 || fail "the second launch failed"
+settings_shown() {
+  in_session SWAYSOCK="$sock" swaymsg -t get_tree | grep -q '"Selvar Settings"'
+}
+wait_for 10 "the settings window of the running copy" settings_shown
 
 # The lock file holds Selvar's own pid (the session bus wrapper does not pass signals on).
 kill -TERM "$(cat "$T/home/selvar.lock")" || fail "no pid in the lock file"

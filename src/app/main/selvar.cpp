@@ -124,7 +124,11 @@ int main(int argc, char **argv) {
   g_unix_signal_add(SIGHUP, onQuitSignal, &host);
   services().mainQueue->async([&] {
     delegate.applicationDidFinishLaunching();
-    if (!delegate.isRunning()) return;
+    if (!delegate.isRunning()) {
+      // Started again by hand (a launcher, a desktop without a tray): show the running copy.
+      if (argc == 1) control.send(AppDelegate::kShowSettingsWord);
+      return;
+    }
     control.listen([&delegate](const std::string &word) { return delegate.controlCommand(word); });
     desktop.showTray(host, icons);
     desktop.announceSession();
