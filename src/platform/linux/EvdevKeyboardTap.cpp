@@ -10,7 +10,8 @@
 
 namespace selvar {
 
-EvdevKeyboardTap::EvdevKeyboardTap() : keyboards_(system_) {
+EvdevKeyboardTap::EvdevKeyboardTap(std::filesystem::path folder)
+    : system_(std::move(folder)), keyboards_(system_) {
   keyboards_.setDeviceWatch(
       [this](const std::string &path, int fd, bool opened) { watchDevice(path, fd, opened); });
 }

@@ -15,7 +15,7 @@ namespace selvar {
 
 class EvdevKeyboardTap : public KeyboardTap {
 public:
-  EvdevKeyboardTap();
+  explicit EvdevKeyboardTap(std::filesystem::path folder = "/dev/input");
   ~EvdevKeyboardTap() override;
   EvdevKeyboardTap(const EvdevKeyboardTap &) = delete;
   EvdevKeyboardTap &operator=(const EvdevKeyboardTap &) = delete;

@@ -44,8 +44,11 @@ void EvdevKeyboards::tryOpen(const std::string &path) {
     if (isDenied(opened.error) && denied_.insert(path).second)
       Log::write("evdev: cannot read " + path + ": " + std::strerror(opened.error) +
                  " (add the user to the input group to use it)");
-    else if (!isDenied(opened.error) && opened.error)
+    else if (!isDenied(opened.error)) {
+      // Not an input device after all; looked at again only if its node is made anew.
       Log::write("evdev: cannot open " + path + ": " + std::strerror(opened.error));
+      notKeyboards_.insert(path);
+    }
     return;
   }
   denied_.erase(path);
