@@ -17,6 +17,8 @@ else()
   pkg_check_modules(APPINDICATOR IMPORTED_TARGET ayatana-appindicator3-0.1)
   pkg_check_modules(X11LIBS REQUIRED IMPORTED_TARGET x11 xtst xi)
   pkg_check_modules(PULSE REQUIRED IMPORTED_TARGET libpulse libpulse-mainloop-glib)
+  pkg_check_modules(EVDEV REQUIRED IMPORTED_TARGET libevdev)
+  pkg_check_modules(LAYERSHELL REQUIRED IMPORTED_TARGET gtk-layer-shell-0)
 endif()
 
 if(SELVAR_BUILD_TESTS)

@@ -10,10 +10,12 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev libcpp-httplib-dev
   clang libclang-rt-14-dev clang-format
   libglib2.0-dev libgtk-3-dev libayatana-appindicator3-dev
-  libx11-dev libxtst-dev libxi-dev libpulse-dev
+  libx11-dev libxtst-dev libxi-dev libpulse-dev libevdev-dev
+  libgtk-layer-shell-dev
   python3 python3-venv python3-pip
   espeak-ng sox xvfb xauth x11-utils xdotool xterm openbox pulseaudio pulseaudio-utils
   python3-gi gir1.2-gtk-3.0 iproute2
+  sway grim dbus
 )
 
 missing=()

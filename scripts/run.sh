@@ -16,8 +16,21 @@ if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
   echo "run: no display found (DISPLAY is not set); running the headless demo instead."
   exec bash scripts/demo-headless.sh
 fi
-if [ -z "${DISPLAY:-}" ]; then
-  echo "run: this is a Wayland session without XWayland; Selvar's global keys need X11." >&2
+# Wayland: Selvar picks its Wayland backend itself; say here which trigger source it will find
+# (its log line "trigger source: …" is the final word) and how to enable the others.
+if [ -n "${WAYLAND_DISPLAY:-}" ] || [ "${XDG_SESSION_TYPE:-}" = wayland ]; then
+  readable=
+  for node in /dev/input/event*; do [ -r "$node" ] && readable=1 && break; done
+  if [ -n "$readable" ]; then
+    echo "run: Wayland session: trigger keys are read from the keyboards (evdev)."
+  else
+    echo "run: Wayland session: no keyboard is readable, so the trigger is the control command."
+    echo "run:   to use the trigger key itself: sudo usermod -aG input $USER, then log in again"
+  fi
+  echo "run:   compositor bindings work everywhere, e.g. for sway:"
+  echo "run:     bindsym Mod4+d exec $PWD/build/src/selvar --start"
+  echo "run:     bindsym --release Mod4+d exec $PWD/build/src/selvar --stop"
+  echo "run:   dictated text is copied; press Ctrl+V to paste it."
 fi
 
 # The server loads its model while Selvar starts, so the first dictation does not wait for it.

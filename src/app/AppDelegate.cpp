@@ -101,6 +101,20 @@ std::vector<MenuItem> AppDelegate::rebuildMenu() {
   return StatusMenu::build(state);
 }
 
+bool AppDelegate::controlCommand(const std::string &word) {
+  if (word == kShowSettingsWord) {
+    subsystems_.openSettings(false);
+    return true;
+  }
+  auto command = controlCommandNamed(word);
+  if (!command) {
+    Log::write("control command not understood: " + word);
+    return false;
+  }
+  if (controller_) controller_->control(*command);
+  return true;
+}
+
 void AppDelegate::handleMenu(const MenuItem &item) {
   switch (item.action) {
   case MenuAction::pasteLastDictation:

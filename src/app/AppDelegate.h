@@ -30,6 +30,11 @@ public:
   void pasteRecent(const MenuItem &item);
   void retryFailedDictation();
   std::vector<MenuItem> rebuildMenu();
+  // A word from the control channel: a key press ("toggle") or kShowSettingsWord, which a
+  // second plain launch sends so that Selvar stays reachable where no tray is shown. False
+  // when the word names nothing.
+  static constexpr const char *kShowSettingsWord = "settings";
+  bool controlCommand(const std::string &word);
 
   // Whether this copy passed the single-instance rule and started up.
   bool isRunning() const { return running_; }

@@ -45,6 +45,10 @@ constexpr HelpLine kHelp[] = {
     {"--hud-selftest", "show and hide the pill five times, print each result and quit"},
     {"--hud-preview", "show the pill with a synthetic meter for 8 seconds, then quit"},
     {"--retry-failed", "transcribe the kept failed recording again, deliver it and quit"},
+    {"--toggle", "start or finish a dictation in the running Selvar"},
+    {"--start", "press the trigger in the running Selvar (bind it to a key press)"},
+    {"--stop", "release the trigger in the running Selvar (bind it to the key's release)"},
+    {"--cancel", "press the cancel key in the running Selvar"},
     {"--version", "print the version and quit"},
     {"--help", "print this list and quit"},
 };
@@ -77,6 +81,8 @@ CommandLineOptions CommandLineOptions::parse(const std::vector<std::string> &all
   o.retryFailed = args.has("--retry-failed");
   o.help = args.has("--help") || args.has("-h");
   o.version = args.has("--version");
+  for (std::size_t i = 1; i < all.size() && !o.control; ++i)
+    o.control = controlCommandSwitch(all[i]);
   return o;
 }
 

@@ -3,6 +3,8 @@
 // a value reads the argument right after it, and a missing or unusable value leaves the switch
 // unset, as if it had not been given.
 
+#include "hotkeys/ControlCommand.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,6 +26,9 @@ struct CommandLineOptions {
   bool retryFailed = false;
   bool help = false;
   bool version = false;
+  // "--toggle", "--start", "--stop" or "--cancel": sent to the running copy instead of starting
+  // one. The first of them in the argument list counts.
+  std::optional<ControlCommand> control;
 
   // args[0] is the program itself and never counts as a switch.
   static CommandLineOptions parse(const std::vector<std::string> &args);

@@ -3,6 +3,7 @@
 
 #include "app/DictationControl.h"
 #include "dictation/DictationController.h"
+#include "hotkeys/HotkeyHandler.h"
 
 namespace selvar {
 
@@ -16,6 +17,7 @@ public:
   }
   void pasteLast() override { controller_.pasteLast(); }
   void flash(const std::string &message) override { controller_.flash(message); }
+  void control(ControlCommand command) override { controller_.hotkeys().commandReceived(command); }
   // Recordings kept by an earlier run count too, so "--retry-failed" finds them.
   bool hasFailedRecording() const override;
   void retryFailedRecording(RetryDone done) override;

@@ -2,6 +2,8 @@
 // What the application shell needs of the dictation controller: starting it at launch, the
 // test utterance, paste-last and a short message in the pill.
 
+#include "hotkeys/ControlCommand.h"
+
 #include <functional>
 #include <string>
 
@@ -16,6 +18,8 @@ public:
   virtual bool isListening() const = 0;
   virtual void pasteLast() = 0;
   virtual void flash(const std::string &message) = 0;
+  // A key press sent by another program ("selvar --toggle"), acted on like the key itself.
+  virtual void control(ControlCommand command) = 0;
   // A server recording that ended without text is kept and can be sent again.
   virtual bool hasFailedRecording() const = 0;
   // Sends the newest kept recording again and delivers its text like a new dictation; a

@@ -5,6 +5,7 @@
 #include "app/SettingsModel.h"
 #include "hotkeys/DictationConflict.h"
 #include "hotkeys/KeyChoices.h"
+#include "platform/KeyboardTap.h"
 #include "platform/PlatformCapabilities.h"
 #include "platform/Services.h"
 #include "platform/SettingsStore.h"
@@ -100,6 +101,8 @@ SettingsSection dictation() {
   SettingControl trigger = choice(PrefKey::trigger, TriggerStore::current(), "Trigger key",
                                   [](Trigger t) { return label(t); });
   trigger.warning = DictationConflict::warningText(DictationConflict::running());
+  if (auto *tap = services().keyboardTap; tap && tap->isInstalled())
+    trigger.help = "Keys heard through " + tap->sourceName() + ".";
   // No Fn key to offer where the keyboard reports none; a stored choice still shows.
   if (!platformCapabilities().fnKey)
     std::erase_if(trigger.options, [&trigger](const SettingOption &o) {

@@ -65,6 +65,8 @@ void HotkeyHandler::installHotkey() {
   }
   loggedAccessibilityWait_ = false;
   Log::write("hotkey installed trigger=" + std::string(rawValue(TriggerStore::current())));
+  Log::write("trigger source: " + tap().sourceName() +
+             (tap().canSwallowKeys() ? "" : "; keys also reach the focused application"));
   updateSwallowedKeys();
 }
 
@@ -210,6 +212,30 @@ std::vector<SwallowedKey> HotkeyHandler::swallowedKeys() const {
   chord(Prefs::binding(PrefKey::customTriggerKey));
   chord(Prefs::binding(PrefKey::customFeedbackKey));
   return keys;
+}
+
+// Mirrors the key handlers, minus the event: the command names the key and whether it went
+// down or up, the trigger mode decides what that means.
+void HotkeyHandler::commandReceived(ControlCommand command) {
+  const TriggerMode mode = Prefs::triggerMode();
+  Log::write("control command " + std::string(rawValue(command)) +
+             " mode=" + std::string(rawValue(mode)));
+  const bool hold = mode == TriggerMode::hold;
+  switch (command) {
+  case ControlCommand::toggle:
+    triggerDown(false);
+    break;
+  case ControlCommand::start:
+    triggerDown(hold);
+    break;
+  case ControlCommand::stop:
+    if (hold) controller_.endRecording();
+    break;
+  case ControlCommand::cancel:
+    if (dictating()) controller_.escapePressed();
+    break;
+  }
+  updateSwallowedKeys();
 }
 
 void HotkeyHandler::updateSwallowedKeys() {

@@ -4,6 +4,7 @@
 // keys, decides which key-downs are swallowed, and queues the actions on the main queue so the
 // tap callback returns at once.
 
+#include "hotkeys/ControlCommand.h"
 #include "platform/KeyboardTap.h"
 
 #include <memory>
@@ -32,6 +33,8 @@ public:
   // they are pressed; called whenever the answer may have changed.
   std::vector<SwallowedKey> swallowedKeys() const;
   void updateSwallowedKeys();
+  // A key press sent by another program; called on the main thread.
+  void commandReceived(ControlCommand command);
 
 private:
   void installHotkey();

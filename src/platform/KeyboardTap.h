@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <vector>
 
 namespace selvar {
@@ -48,6 +49,11 @@ public:
   // releases them. For taps that only observe (X11) and must claim keys before they are
   // pressed; a tap that swallows by the handler's answer ignores it.
   virtual void setSwallowedKeys(std::vector<SwallowedKey> keys) { (void)keys; }
+  // Where the keys come from, as the log and the settings window name it.
+  virtual std::string sourceName() const = 0;
+  // Whether a key-down can be kept from the focused application at all. Where it cannot, the
+  // cancel key and the chords act and also reach the application.
+  virtual bool canSwallowKeys() const = 0;
 };
 
 } // namespace selvar

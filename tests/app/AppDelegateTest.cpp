@@ -74,6 +74,18 @@ TEST_F(AppDelegateTest, ASecondCopyQuitsBeforeCreatingAnything) {
   EXPECT_EQ(timeline.entries.back(), "terminate") << "it launched no server to stop";
 }
 
+TEST_F(AppDelegateTest, ControlWordsReachTheControllerOrTheSettingsWindow) {
+  launch();
+  EXPECT_TRUE(delegate->controlCommand("stop"));
+  EXPECT_TRUE(delegate->controlCommand(AppDelegate::kShowSettingsWord));
+  EXPECT_FALSE(delegate->controlCommand("--stop"));
+  EXPECT_FALSE(delegate->controlCommand("Settings"));
+  EXPECT_EQ(controller().commands, std::vector<ControlCommand>{ControlCommand::stop});
+  timeline.catchUpWithLog();
+  EXPECT_EQ(std::count(timeline.entries.begin(), timeline.entries.end(), "settings"), 1);
+  EXPECT_EQ(logLines().back(), "control command not understood: Settings");
+}
+
 TEST_F(AppDelegateTest, QuittingStopsTheLaunchedServerOnce) {
   launch();
   delegate->handleMenu(MenuItem::command("Quit Selvar", MenuAction::quit));

@@ -81,6 +81,7 @@ public:
   bool isListening() const override { return listening; }
   void pasteLast() override { timeline.note("paste last"); }
   void flash(const std::string &message) override { flashes.push_back(message); }
+  void control(ControlCommand command) override { commands.push_back(command); }
   bool hasFailedRecording() const override { return failedKept; }
   void retryFailedRecording(RetryDone done) override {
     ++retries;
@@ -95,6 +96,7 @@ public:
   bool listening = false;
   std::vector<double> testSeconds;
   std::vector<std::string> flashes;
+  std::vector<ControlCommand> commands;
 };
 
 class RecordingHUD : public HUDControl {

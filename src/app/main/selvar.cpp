@@ -8,7 +8,6 @@
 #include "platform/Services.h"
 #include "platform/ShellServices.h"
 #include "platform/linux/CairoIconRenderer.h"
-#include "platform/linux/DisplaySession.h"
 #include "platform/linux/GLibMainQueue.h"
 #include "platform/linux/JsonFileSettingsStore.h"
 #include "platform/linux/KissDsp.h"
@@ -17,8 +16,10 @@
 #include "platform/linux/LinuxFileLocations.h"
 #include "platform/linux/LockFileSingleInstance.h"
 #include "platform/linux/PosixProcessRunner.h"
+#include "platform/linux/SessionBackend.h"
 #include "platform/linux/SoxrAudioConverter.h"
 #include "platform/linux/UnameSystemInfo.h"
+#include "platform/linux/UnixSocketControlChannel.h"
 #include "platform/linux/XdgAutostartLoginItem.h"
 #include "platform/linux/XkbKeyboardLayout.h"
 #include "records/Log.h"
@@ -45,15 +46,14 @@ gboolean onQuitSignal(gpointer host) {
   return G_SOURCE_CONTINUE;
 }
 
-// Global keys, paste and the focus anchor need X11; on Wayland GTK is pointed at XWayland.
+// GTK talks to the same display server as the adapters chosen for the session.
 bool openDisplay(int &argc, char **&argv) {
-  if (DisplaySession::current() == DisplaySessionKind::wayland && DisplaySession::hasX11Display())
-    setenv("GDK_BACKEND", "x11", 0);
+  setenv("GDK_BACKEND", std::string(SessionBackends::name(SessionBackends::current())).c_str(), 0);
   // Nothing here draws with OpenGL; probing for it maps the GL driver (tens of megabytes).
   setenv("GDK_GL", "disable", 0);
   if (gtk_init_check(&argc, &argv)) return true;
-  std::fputs("selvar: cannot open an X11 display (DISPLAY is not set or unreachable).\n"
-             "Selvar needs an X11 desktop; scripts/demo-headless.sh runs without one.\n",
+  std::fputs("selvar: cannot open the display (neither WAYLAND_DISPLAY nor DISPLAY is usable).\n"
+             "Selvar needs an X11 or Wayland desktop; scripts/demo-headless.sh runs without one.\n",
              stderr);
   return false;
 }
@@ -93,6 +93,14 @@ int main(int argc, char **argv) {
     std::fputs(answer->c_str(), stdout);
     return 0;
   }
+  const auto socketFile =
+      UnixSocketControlChannel::besideLock(LockFileSingleInstance::defaultLockFile());
+  UnixSocketControlChannel control(socketFile);
+  if (options.control) {
+    auto outcome = sendControlCommand(control, *options.control);
+    std::fputs(outcome.message.c_str(), stderr);
+    return outcome.exitStatus;
+  }
   if (!openDisplay(argc, argv)) return 1;
 
   LinuxDesktop desktop;
@@ -118,9 +126,14 @@ int main(int argc, char **argv) {
   g_unix_signal_add(SIGHUP, onQuitSignal, &host);
   services().mainQueue->async([&] {
     delegate.applicationDidFinishLaunching();
-    if (!delegate.isRunning()) return;
+    if (!delegate.isRunning()) {
+      // Started again by hand (a launcher, a desktop without a tray): show the running copy.
+      if (argc == 1) control.send(AppDelegate::kShowSettingsWord);
+      return;
+    }
+    control.listen([&delegate](const std::string &word) { return delegate.controlCommand(word); });
     desktop.showTray(host, icons);
-    desktop.announceSession(delegate.controller());
+    desktop.announceSession();
   });
   g_main_loop_run(loop);
   delegate.applicationWillTerminate();

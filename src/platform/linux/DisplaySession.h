@@ -1,7 +1,7 @@
 #pragma once
-// Which kind of desktop session Selvar runs in, from the environment. Global keys, synthetic
-// paste and the focus anchor all need X11; a Wayland session only offers them to XWayland
-// windows, so it is detected at start and said plainly.
+// Which kind of desktop session Selvar runs in, from the environment. Wayland sessions often
+// also run XWayland (DISPLAY is set), but XWayland only sees X11 windows, so the Wayland
+// variable wins.
 
 #include <string_view>
 
@@ -10,10 +10,6 @@ namespace selvar {
 enum class DisplaySessionKind { x11, wayland, none };
 
 namespace DisplaySession {
-
-inline constexpr const char *kWaylandLogLine =
-    "wayland session detected: global keys need X11 (or XWayland with a supporting compositor)";
-inline constexpr const char *kWaylandPillText = "Global keys need X11";
 
 // From the values of WAYLAND_DISPLAY, XDG_SESSION_TYPE and DISPLAY (nullptr when unset).
 DisplaySessionKind classify(const char *waylandDisplay, const char *sessionType,

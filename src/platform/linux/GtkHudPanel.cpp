@@ -14,10 +14,12 @@ int whole(double value) {
 
 } // namespace
 
-GtkHudPanel::GtkHudPanel(const GdkScreens &screens) : screens_(screens) {
+GtkHudPanel::GtkHudPanel(const GdkScreens &screens, void (*prepare)(GtkWindow *))
+    : screens_(screens) {
   window_ = gtk_window_new(GTK_WINDOW_TOPLEVEL);
   area_ = gtk_drawing_area_new();
   gtk_container_add(GTK_CONTAINER(window_), area_);
+  if (prepare) prepare(GTK_WINDOW(window_));
   configureWindow();
   connectSignals();
   gtk_widget_realize(window_);
@@ -82,7 +84,7 @@ void GtkHudPanel::setFrame(Rect frame) {
     gtk_window_resize(GTK_WINDOW(window_), whole(frame.size.width), whole(frame.size.height));
     reshape();
   }
-  gtk_window_move(GTK_WINDOW(window_), topLeft.x, topLeft.y);
+  moveWindow(topLeft);
   if (moved && events_.moved) events_.moved();
 }
 
@@ -108,10 +110,13 @@ bool GtkHudPanel::isVisible() const {
 }
 
 void GtkHudPanel::orderFront() {
-  const GdkPoint topLeft = screens_.toRootTopLeft(frame_);
-  gtk_window_move(GTK_WINDOW(window_), topLeft.x, topLeft.y);
+  moveWindow(screens_.toRootTopLeft(frame_));
   gtk_widget_show_all(window_);
   if (GdkWindow *gdkWindow = gtk_widget_get_window(window_)) gdk_window_raise(gdkWindow);
+}
+
+void GtkHudPanel::moveWindow(GdkPoint topLeft) {
+  gtk_window_move(GTK_WINDOW(window_), topLeft.x, topLeft.y);
 }
 
 void GtkHudPanel::orderOut() {
@@ -156,7 +161,7 @@ gboolean GtkHudPanel::onPress(GtkWidget *, GdkEventButton *event, gpointer self)
   auto *panel = static_cast<GtkHudPanel *>(self);
   if (event->button != GDK_BUTTON_PRIMARY || event->type != GDK_BUTTON_PRESS) return FALSE;
   if (panel->events_.mouseDown)
-    panel->events_.mouseDown(panel->pointer(event->x_root, event->y_root));
+    panel->events_.mouseDown(panel->pointer(event->x, event->y, event->x_root, event->y_root));
   return TRUE;
 }
 
@@ -164,7 +169,7 @@ gboolean GtkHudPanel::onMotion(GtkWidget *, GdkEventMotion *event, gpointer self
   auto *panel = static_cast<GtkHudPanel *>(self);
   if (!(event->state & GDK_BUTTON1_MASK)) return FALSE;
   if (panel->events_.mouseDragged)
-    panel->events_.mouseDragged(panel->pointer(event->x_root, event->y_root));
+    panel->events_.mouseDragged(panel->pointer(event->x, event->y, event->x_root, event->y_root));
   return TRUE;
 }
 

@@ -14,7 +14,7 @@ namespace selvar {
 
 class GtkHudPanel : public HudPanel {
 public:
-  explicit GtkHudPanel(const GdkScreens &screens);
+  explicit GtkHudPanel(const GdkScreens &screens) : GtkHudPanel(screens, nullptr) {}
   ~GtkHudPanel() override;
   GtkHudPanel(const GtkHudPanel &) = delete;
   GtkHudPanel &operator=(const GtkHudPanel &) = delete;
@@ -34,12 +34,24 @@ public:
 
   GtkWidget *window() const { return window_; }
 
+protected:
+  // prepare runs on the window before it is realized (the role of a Wayland surface is fixed
+  // then).
+  GtkHudPanel(const GdkScreens &screens, void (*prepare)(GtkWindow *));
+  // Puts the window's top-left corner there, in root coordinates.
+  virtual void moveWindow(GdkPoint topLeft);
+  // Where the pointer is, in screen coordinates, from an event's window and root positions.
+  virtual Point pointer(double x, double y, double rootX, double rootY) const {
+    (void)x, (void)y;
+    return screens_.fromRoot(rootX, rootY);
+  }
+  const GdkScreens &screens() const { return screens_; }
+
 private:
   void configureWindow();
   void connectSignals();
   void reshape();
   void draw(cairo_t *cr);
-  Point pointer(double rootX, double rootY) const { return screens_.fromRoot(rootX, rootY); }
 
   static gboolean onDraw(GtkWidget *, cairo_t *cr, gpointer self);
   static gboolean onPress(GtkWidget *, GdkEventButton *event, gpointer self);

@@ -6,7 +6,7 @@
 #include "dictation/DictationController.h"
 #include "feedback/FeedbackWindowController.h"
 #include "platform/FileLocations.h"
-#include "platform/linux/DisplaySession.h"
+#include "platform/linux/SessionBackend.h"
 #include "records/Log.h"
 
 #include <glib.h>
@@ -18,14 +18,15 @@ namespace {
 // A pill of its own for the HUD switches, with its own window.
 class OwnPanelPill : public HUDControl {
 public:
-  explicit OwnPanelPill(const GdkScreens &screens) : panel_(screens), pill_(panel_, screens) {}
+  OwnPanelPill(std::unique_ptr<GtkHudPanel> panel, const GdkScreens &screens)
+      : panel_(std::move(panel)), pill_(*panel_, screens) {}
   void show(const std::string &state) override { pill_.show(state); }
   void hide() override { pill_.hide(); }
   bool isVisible() const override { return pill_.isVisible(); }
   void updateSpectrum(std::span<const float> levels) override { pill_.updateSpectrum(levels); }
 
 private:
-  GtkHudPanel panel_;
+  std::unique_ptr<GtkHudPanel> panel_;
   PillControl pill_;
 };
 
@@ -36,7 +37,10 @@ std::filesystem::path statusIconFile() {
 } // namespace
 
 LinuxDesktop::LinuxDesktop()
-    : screens_(gdk_display_get_default()), feedback_(std::make_unique<FeedbackWindowBridge>()) {
+    : screens_(gdk_display_get_default()),
+      session_(SessionBackends::current() == SessionBackend::wayland ? makeWaylandAdapters()
+                                                                     : makeX11Adapters()),
+      feedback_(std::make_unique<FeedbackWindowBridge>()) {
   FeedbackWindowController::installPresenter(&feedbackWindow_);
 }
 
@@ -46,17 +50,17 @@ LinuxDesktop::~LinuxDesktop() {
 
 void LinuxDesktop::install(Services &s) {
   s.audio = &audio_;
-  s.workspace = &workspace_;
-  s.permissions = &permissions_;
-  s.accessibility = &accessibility_;
-  s.pasteboard = &clipboard_;
-  s.keySynthesizer = &keys_;
-  s.keyboardTap = &tap_;
+  s.workspace = &session_->workspace();
+  s.permissions = &session_->permissions();
+  s.accessibility = &session_->accessibility();
+  s.pasteboard = &session_->pasteboard();
+  s.keySynthesizer = &session_->keySynthesizer();
+  s.keyboardTap = &session_->keyboardTap();
   s.speech = &speech_;
 }
 
 std::unique_ptr<DictationControl> LinuxDesktop::makeController() {
-  controllerPanel_ = std::make_unique<GtkHudPanel>(screens_);
+  controllerPanel_ = session_->makeHudPanel(screens_);
   DictationNeighbours n;
   n.servers = &servers_;
   n.feedback = feedback_.get();
@@ -67,7 +71,7 @@ std::unique_ptr<DictationControl> LinuxDesktop::makeController() {
 }
 
 std::unique_ptr<HUDControl> LinuxDesktop::makeHUD() {
-  return std::make_unique<OwnPanelPill>(screens_);
+  return std::make_unique<OwnPanelPill>(session_->makeHudPanel(screens_), screens_);
 }
 
 void LinuxDesktop::openSettings(bool expanded) {
@@ -104,10 +108,9 @@ void LinuxDesktop::showTray(LinuxAppHost &host, IconRenderer &icons) {
       });
 }
 
-void LinuxDesktop::announceSession(DictationControl *controller) {
-  if (DisplaySession::current() != DisplaySessionKind::wayland) return;
-  Log::write(DisplaySession::kWaylandLogLine);
-  if (controller) controller->flash(DisplaySession::kWaylandPillText);
+void LinuxDesktop::announceSession() {
+  for (const auto &line : session_->startupNotes())
+    Log::write(line);
 }
 
 } // namespace selvar

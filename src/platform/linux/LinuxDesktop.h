@@ -1,7 +1,7 @@
 #pragma once
-// Everything Selvar needs of an X11 desktop, built once GTK is up: the platform services the
-// core reaches (sound, keys, clipboard, focus, applications), the pills, the tray and the
-// settings window. The entry point installs it and hands its factories to the shell.
+// Everything Selvar needs of a Linux desktop (X11 or Wayland), built once GTK is up: the platform
+// services the core reaches (sound, keys, clipboard, focus, applications), the pills, the tray and
+// the settings window. The entry point installs it and hands its factories to the shell.
 
 #include "app/DictationControl.h"
 #include "app/EngineInstaller.h"
@@ -17,15 +17,10 @@
 #include "platform/linux/GtkHudPanel.h"
 #include "platform/linux/GtkSettingsWindow.h"
 #include "platform/linux/LinuxAppHost.h"
-#include "platform/linux/LinuxPermissionAccess.h"
 #include "platform/linux/PulseAudioSystem.h"
+#include "platform/linux/SessionAdapters.h"
 #include "platform/linux/StatusMenuWatch.h"
 #include "platform/linux/UnavailableSpeechRecognition.h"
-#include "platform/linux/X11Accessibility.h"
-#include "platform/linux/X11Clipboard.h"
-#include "platform/linux/X11KeyboardTap.h"
-#include "platform/linux/X11Workspace.h"
-#include "platform/linux/XTestKeySynthesizer.h"
 #include "support/SerialQueue.h"
 
 #include <memory>
@@ -47,18 +42,13 @@ public:
   void openSettings(bool expanded);
   // The status item with the shell's menu; call once the shell installed it.
   void showTray(LinuxAppHost &host, IconRenderer &icons);
-  // On Wayland, says in the log and the pill that global keys need X11.
-  void announceSession(DictationControl *controller);
+  // Writes which backend runs and what it can do.
+  void announceSession();
 
 private:
   GdkScreens screens_;
   PulseAudioSystem audio_;
-  X11Workspace workspace_;
-  LinuxPermissionAccess permissions_;
-  X11Accessibility accessibility_;
-  X11Clipboard clipboard_;
-  XTestKeySynthesizer keys_;
-  X11KeyboardTap tap_;
+  std::unique_ptr<SessionAdapters> session_;
   UnavailableSpeechRecognition speech_;
   LocalServerBridge servers_;
   GtkFeedbackWindow feedbackWindow_;

@@ -27,6 +27,8 @@ public:
   void reenable() override {}
   bool isKeyDown(int keyCode) const override;
   void setSwallowedKeys(std::vector<SwallowedKey> keys) override;
+  std::string sourceName() const override { return "X11 key grabs"; }
+  bool canSwallowKeys() const override { return true; }
 
 private:
   bool openDisplay();

@@ -17,6 +17,8 @@ public:
   bool isInstalled() const override { return tap_ != nullptr; }
   void reenable() override;
   bool isKeyDown(int keyCode) const override;
+  std::string sourceName() const override { return "Quartz event tap"; }
+  bool canSwallowKeys() const override { return true; }
 
   // The tap's callback hands each event here. The handler is copied so that it may remove the
   // tap while it runs.

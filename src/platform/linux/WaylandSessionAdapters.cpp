@@ -1,0 +1,91 @@
+// The Wayland session. What a client may do here depends on the compositor's protocols; the
+// pieces that are not offered say so in the log once at start instead of failing each time.
+
+#include "platform/linux/CommandOnlyKeyboardTap.h"
+#include "platform/linux/EvdevKeyboardTap.h"
+#include "platform/linux/GtkOnlyClipboard.h"
+#include "platform/linux/LayerShellHudPanel.h"
+#include "platform/linux/LinuxPermissionAccess.h"
+#include "platform/linux/SessionAdapters.h"
+#include "platform/linux/WaylandTriggerSource.h"
+#include "platform/linux/WaylandWorkspace.h"
+
+namespace selvar {
+
+namespace {
+
+// Nobody's focus can be read or moved from outside: the anchor stays empty.
+class NoAccessibility : public Accessibility {
+public:
+  ElementRef focusedElement(int) override { return nullptr; }
+  ElementRef window(const ElementRef &) override { return nullptr; }
+  bool raise(const ElementRef &) override { return false; }
+  bool setFocusedElement(int, const ElementRef &) override { return false; }
+};
+
+// No synthetic keys: the text stays on the clipboard for the user to paste.
+class NoKeySynthesizer : public KeySynthesizer {
+public:
+  bool postKeystroke(int, std::uint64_t, double) override { return false; }
+};
+
+// No X server is asked: the trigger source decides what works, and there is no grant to wait
+// for.
+class WaylandPermissionAccess : public LinuxPermissionAccess {
+public:
+  bool accessibilityTrusted() const override { return true; }
+};
+
+class WaylandSessionAdapters : public SessionAdapters {
+public:
+  WaylandSessionAdapters() {
+    WaylandTriggerOptions options;
+    options.keyboardsReadable = evdev_.anyKeyboardReadable();
+    options.keyboardsDenied = !evdev_.deniedPaths().empty();
+    trigger_ = chooseWaylandTriggerSource(options);
+  }
+
+  Workspace &workspace() override { return workspace_; }
+  PermissionAccess &permissions() override { return permissions_; }
+  Accessibility &accessibility() override { return accessibility_; }
+  Pasteboard &pasteboard() override { return clipboard_; }
+  KeySynthesizer &keySynthesizer() override { return keys_; }
+  KeyboardTap &keyboardTap() override {
+    if (trigger_.source == WaylandTriggerSource::evdev) return evdev_;
+    return command_;
+  }
+  // Without layer-shell (GNOME) the pill is an ordinary window: the compositor chooses where
+  // it goes and may give it a frame, and it cannot be kept above full-screen windows.
+  std::unique_ptr<GtkHudPanel> makeHudPanel(const GdkScreens &screens) override {
+    if (LayerShellHudPanel::isSupported()) return std::make_unique<LayerShellHudPanel>(screens);
+    return std::make_unique<GtkHudPanel>(screens);
+  }
+  std::vector<std::string> startupNotes() const override {
+    std::vector<std::string> notes{"desktop backend: wayland"};
+    for (const auto &hint : trigger_.hints)
+      notes.push_back("wayland: " + hint);
+    notes.push_back("wayland: no synthetic paste here; dictated text is copied for Ctrl+V");
+    if (!LayerShellHudPanel::isSupported())
+      notes.push_back("wayland: no layer-shell here; the pill is an ordinary window that the "
+                      "compositor places");
+    return notes;
+  }
+
+private:
+  WaylandWorkspace workspace_;
+  WaylandPermissionAccess permissions_;
+  NoAccessibility accessibility_;
+  GtkOnlyClipboard clipboard_;
+  NoKeySynthesizer keys_;
+  EvdevKeyboardTap evdev_;
+  CommandOnlyKeyboardTap command_;
+  WaylandTriggerChoice trigger_;
+};
+
+} // namespace
+
+std::unique_ptr<SessionAdapters> makeWaylandAdapters() {
+  return std::make_unique<WaylandSessionAdapters>();
+}
+
+} // namespace selvar
