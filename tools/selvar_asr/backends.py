@@ -16,6 +16,8 @@ from . import log, store
 # The hosted API's temperature 0 means: start greedy, and fall back to sampling when the
 # decoding looks degenerate.
 FALLBACK_TEMPERATURES = (0.0, 0.2, 0.4, 0.6, 0.8, 1.0)
+# Greedy decoding: beam search gave the same words on dictation and cost a quarter more.
+BEAM_SIZE = 1
 
 
 class Stopped(Exception):
@@ -89,16 +91,22 @@ def available_runtimes() -> set[str]:
 
 def load(model_id: str, folder: Path, runtime: str) -> Backend:
     if runtime == store.CTRANSLATE2:
-        return FasterWhisperBackend(folder)
+        return FasterWhisperBackend(folder, short_window=not os.environ.get(FULL_WINDOW_ENV))
     if runtime == store.MLX:
         return MlxWhisperBackend(folder)
     raise ValueError(f"no runtime for {model_id}")
 
 
+# Set to any value, the server encodes every clip in Whisper's full 30-second window (for
+# comparing against the short window).
+FULL_WINDOW_ENV = "SELVAR_ASR_FULL_WINDOW"
+
+
 class FasterWhisperBackend:
     runtime = store.CTRANSLATE2
 
-    def __init__(self, folder: Path) -> None:
+    def __init__(self, folder: Path, short_window: bool = True,
+                 beam_size: int = BEAM_SIZE) -> None:
         import ctranslate2
 
         self.device = "cpu"
@@ -112,6 +120,17 @@ class FasterWhisperBackend:
         if self.device == "cpu":
             self._model = self._build(folder, "cpu", "int8")
         self.languages = frozenset(self._model.supported_languages)
+        self.beam_size = beam_size
+        self._short = self._short_window() if short_window else None
+
+    def _short_window(self):
+        from .shortwindow import ShortWindow, Unsupported
+
+        try:
+            return ShortWindow(self._model)
+        except Unsupported as error:
+            log.write(f"short window off, every clip gets the full window: {error}")
+            return None
 
     @staticmethod
     def _build(folder: Path, device: str, compute_type: str):
@@ -131,9 +150,22 @@ class FasterWhisperBackend:
 
     def transcribe(self, audio: np.ndarray, options: Options,
                    stop: threading.Event) -> Transcript:
+        if self._short is not None:
+            temperatures = options.temperatures()
+            transcript, reason = self._short.transcribe(
+                audio, options.language, options.prompt,
+                temperatures if isinstance(temperatures, tuple) else (temperatures,), stop)
+            if transcript is not None:
+                return transcript
+            if reason != "long speech":
+                log.write(f"short window refused the clip, using the full window: {reason}")
+        return self._full_window(audio, options, stop)
+
+    def _full_window(self, audio: np.ndarray, options: Options,
+                     stop: threading.Event) -> Transcript:
         pieces, info = self._model.transcribe(
             audio, language=options.language, initial_prompt=options.prompt,
-            temperature=options.temperatures(), beam_size=5,
+            temperature=options.temperatures(), beam_size=self.beam_size,
             condition_on_previous_text=False,
             # Dictation clips start and end in silence, on which Whisper hallucinates and
             # its temperature fallback spends seconds; the voice filter drops it first.
