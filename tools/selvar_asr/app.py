@@ -19,6 +19,7 @@ from .engine import LOADING, READY, Busy, Engine
 from .errors import ApiError, error_response, response_for
 from .guard import RequestGuard, RequestLog
 from .installer import Installer
+from .sessions import ADVERTISED, IDLE_SECONDS, Sessions
 from .store import valid_id
 
 MAX_UPLOAD_BYTES = 25 * 1024 * 1024
@@ -28,7 +29,10 @@ _LOCALE = re.compile(r"[A-Za-z]{2,3}([-_][A-Za-z0-9]{1,8})*")
 
 def create_app(engine: Engine, installer: Installer, *, port: int,
                max_upload: int = MAX_UPLOAD_BYTES, request_seconds: float = REQUEST_SECONDS,
-               logger: log.Logger = log.write) -> ASGIApp:
+               logger: log.Logger = log.write,
+               session_idle_seconds: float = IDLE_SECONDS) -> ASGIApp:
+    sessions = Sessions(engine, logger, idle_seconds=session_idle_seconds)
+
     async def models(request: Request) -> Response:
         return _models(engine)
 
@@ -54,12 +58,14 @@ def create_app(engine: Engine, installer: Installer, *, port: int,
     async def lifespan(app: Starlette):
         engine.start()
         yield
+        sessions.close_all()
         engine.shutdown()
 
     app = Starlette(
         routes=[Route("/v1/models", models, methods=["GET"]),
                 Route("/v1/audio/transcriptions", transcriptions, methods=["POST"]),
-                Route("/v1/install", install, methods=["GET", "POST"])],
+                Route("/v1/install", install, methods=["GET", "POST"]),
+                *sessions.routes()],
         exception_handlers={ApiError: _api_error, HTTPException: _http_error,
                             Exception: internal_error},
         lifespan=lifespan)
@@ -73,7 +79,9 @@ def _models(engine: Engine) -> Response:
         return error_response(503, message, code="model_not_ready")
     return JSONResponse({"object": "list", "data": [{
         "id": served.model_id, "object": "model", "created": 0, "owned_by": "selvar",
-        "runtime": served.backend.runtime}]})
+        "runtime": served.backend.runtime}],
+        # Transcription while recording: clients that know it stream into a session.
+        "sessions": ADVERTISED})
 
 
 async def _transcribe(request: Request, engine: Engine, logger: log.Logger) -> Response:
