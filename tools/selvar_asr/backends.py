@@ -91,15 +91,17 @@ def available_runtimes() -> set[str]:
 
 def load(model_id: str, folder: Path, runtime: str) -> Backend:
     if runtime == store.CTRANSLATE2:
-        return FasterWhisperBackend(folder, short_window=not os.environ.get(FULL_WINDOW_ENV))
+        if os.environ.get(OLD_DECODING_ENV):
+            return FasterWhisperBackend(folder, short_window=False, beam_size=5)
+        return FasterWhisperBackend(folder)
     if runtime == store.MLX:
         return MlxWhisperBackend(folder)
     raise ValueError(f"no runtime for {model_id}")
 
 
-# Set to any value, the server encodes every clip in Whisper's full 30-second window (for
-# comparing against the short window).
-FULL_WINDOW_ENV = "SELVAR_ASR_FULL_WINDOW"
+# Set to any value, the server decodes as it used to, for comparisons: every clip in Whisper's
+# full 30-second window, with beam search.
+OLD_DECODING_ENV = "SELVAR_ASR_OLD_DECODING"
 
 
 class FasterWhisperBackend:
