@@ -7,7 +7,7 @@ Run with the server's environment (after ./tools/setup-asr.sh):
 For real recordings (../shared/speech), the same recordings cut mid-word at 1, 2 and 3 s,
 espeak-ng sentences of about 5, 15 and 30 s, silence and noise, it transcribes each clip
 with: the full 30 s window and beam 5 (the old settings), the full window greedy, and the
-short window greedy with several floors. It prints seconds, real-time factor, word errors
+short window greedy with several floors and margins. It prints seconds, real-time factor, word errors
 and, for the cut clips, whether the text looped or lost its tail against the full window.
 The load average is printed with every table, since other work on the machine skews times.
 """
@@ -89,16 +89,18 @@ def run(backend, samples, runs: int) -> tuple[float, str]:
 def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--runs", type=int, default=3)
-    parser.add_argument("--floors", default="5,8,10")
+    parser.add_argument("--paddings", default="5/1,5/2,8/2,10/1",
+                        help="floor/margin seconds of the short windows to compare")
     args = parser.parse_args()
     store = ModelStore(default_models_dir())
     folder = store.folder(DEFAULT_MODEL_ID)
     settings = {"full-beam5": FasterWhisperBackend(folder, short_window=False, beam_size=5),
                 "full-greedy": FasterWhisperBackend(folder, short_window=False)}
-    for floor in map(float, args.floors.split(",")):
+    for padding in args.paddings.split(","):
+        floor, margin = map(float, padding.split("/"))
         backend = FasterWhisperBackend(folder)
-        backend._short = ShortWindow(backend._model, Padding(floor=floor))
-        settings[f"short-{floor:g}s"] = backend
+        backend._short = ShortWindow(backend._model, Padding(floor=floor, margin=margin))
+        settings[f"short-{floor:g}/{margin:g}"] = backend
     for backend in settings.values():
         backend.warm_up()
     with tempfile.TemporaryDirectory() as scratch:

@@ -32,9 +32,10 @@ def create_app(engine: Engine, installer: Installer, *, port: int,
                logger: log.Logger = log.write,
                session_idle_seconds: float = IDLE_SECONDS) -> ASGIApp:
     sessions = Sessions(engine, logger, idle_seconds=session_idle_seconds)
+    offered = sessions.offered()
 
     async def models(request: Request) -> Response:
-        return _models(engine)
+        return _models(engine, ADVERTISED if offered else None)
 
     async def transcriptions(request: Request) -> Response:
         try:
@@ -65,23 +66,24 @@ def create_app(engine: Engine, installer: Installer, *, port: int,
         routes=[Route("/v1/models", models, methods=["GET"]),
                 Route("/v1/audio/transcriptions", transcriptions, methods=["POST"]),
                 Route("/v1/install", install, methods=["GET", "POST"]),
-                *sessions.routes()],
+                *(sessions.routes() if offered else [])],
         exception_handlers={ApiError: _api_error, HTTPException: _http_error,
                             Exception: internal_error},
         lifespan=lifespan)
     return RequestLog(RequestGuard(app, port, max_upload), logger)
 
 
-def _models(engine: Engine) -> Response:
+def _models(engine: Engine, sessions: dict | None) -> Response:
     served = engine.served
     if served is None:
         message = ("the model is loading" if engine.state == LOADING else engine.problem)
         return error_response(503, message, code="model_not_ready")
-    return JSONResponse({"object": "list", "data": [{
+    body = {"object": "list", "data": [{
         "id": served.model_id, "object": "model", "created": 0, "owned_by": "selvar",
-        "runtime": served.backend.runtime}],
-        # Transcription while recording: clients that know it stream into a session.
-        "sessions": ADVERTISED})
+        "runtime": served.backend.runtime}]}
+    if sessions:  # transcription while recording: clients that know it stream into one
+        body["sessions"] = sessions
+    return JSONResponse(body)
 
 
 async def _transcribe(request: Request, engine: Engine, logger: log.Logger) -> Response:

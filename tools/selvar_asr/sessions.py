@@ -14,6 +14,7 @@ hears nothing for IDLE_SECONDS is forgotten and its work dropped: its later requ
 
 import asyncio
 import json
+import os
 import re
 import secrets
 import time
@@ -36,6 +37,8 @@ MAX_SESSIONS = 4
 IDLE_SECONDS = 30.0
 # Whisper reads at most half its context as prompt; the last words matter most.
 PROMPT_CHARS = 600
+# Set to any value, the server offers no sessions (for comparing against whole files).
+NO_SESSIONS_ENV = "SELVAR_ASR_NO_SESSIONS"
 _LOCALE = re.compile(r"[A-Za-z]{2,3}([-_][A-Za-z0-9]{1,8})*")
 ADVERTISED = {"path": "/v1/sessions", "version": 1, "sample_rate": SAMPLE_RATE,
               "encoding": "s16le", "max_chunk_bytes": MAX_CHUNK_BYTES}
@@ -74,6 +77,10 @@ class Sessions:
         self._idle = idle_seconds
         self._max = max_sessions
         self._open: dict[str, Session] = {}
+
+    @staticmethod
+    def offered() -> bool:
+        return not os.environ.get(NO_SESSIONS_ENV)
 
     def routes(self) -> list[Route]:
         return [Route("/v1/sessions", self._create, methods=["POST"]),

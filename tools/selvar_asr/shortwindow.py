@@ -43,7 +43,7 @@ class Padding:
     silence after the speech."""
 
     floor: float = 5.0
-    margin: float = 1.0
+    margin: float = 2.0
 
     def frames(self, speech_seconds: float) -> int:
         seconds = min(FULL_WINDOW_SECONDS, max(self.floor, speech_seconds + self.margin))
