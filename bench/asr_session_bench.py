@@ -38,7 +38,9 @@ from selvar_asr import audio  # noqa: E402
 from selvar_asr.main import default_models_dir  # noqa: E402
 from wer import normalize, word_errors  # noqa: E402
 
-SPEECH = [ROOT.parent.parent / "shared" / "speech", ROOT / "tools" / "tests" / "speech"]
+# The shared recordings sit beside the project (or beside its worktrees); a few are copied in.
+SPEECH = [ROOT.parent / "shared" / "speech", ROOT.parent.parent / "shared" / "speech",
+          ROOT / "tools" / "tests" / "speech"]
 SENTENCES = [
     "Please send the quarterly report to the finance team by Friday.",
     "I would like to schedule a meeting for tomorrow afternoon.",

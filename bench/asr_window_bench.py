@@ -35,7 +35,9 @@ from selvar_asr.shortwindow import Padding, ShortWindow, degenerate  # noqa: E40
 from selvar_asr.store import DEFAULT_MODEL_ID, ModelStore  # noqa: E402
 from wer import normalize, word_errors  # noqa: E402
 
-SPEECH = ROOT.parent.parent / "shared" / "speech"
+SPEECH = next((f for f in (ROOT.parent / "shared" / "speech",
+                           ROOT.parent.parent / "shared" / "speech") if f.is_dir()),
+              ROOT / "tools" / "tests" / "speech")
 SENTENCES = {
     "say5": "Please send the quarterly report to the finance team by Friday.",
     "say15": "I would like to schedule a meeting for tomorrow afternoon. The weather today is "

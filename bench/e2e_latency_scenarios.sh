@@ -12,8 +12,10 @@ BENCH_SENTENCES=(
 # bench_clips DIR: NAME.wav and NAME.txt for every clip.
 bench_clips() {
   local dir=$1 speech n i text
-  speech=$ROOT/../shared/speech
-  [ -d "$speech" ] || speech=$ROOT/tools/tests/speech
+  # The shared recordings sit beside the project (or beside its worktrees); a few are copied in.
+  for speech in "$ROOT/../shared/speech" "$ROOT/../../shared/speech" "$ROOT/tools/tests/speech"; do
+    [ -d "$speech" ] && break
+  done
   cp "$speech"/*.wav "$speech"/*.txt "$dir/"
   for n in 1 3 6; do
     text="${BENCH_SENTENCES[*]:0:$n}"
