@@ -31,7 +31,7 @@ sys.path.insert(0, str(ROOT / "tools" / "tests"))
 from selvar_asr import audio  # noqa: E402
 from selvar_asr.backends import FasterWhisperBackend, Options  # noqa: E402
 from selvar_asr.main import default_models_dir  # noqa: E402
-from selvar_asr.shortwindow import Padding, ShortWindow, degenerate  # noqa: E402,F401
+from selvar_asr.shortwindow import Padding  # noqa: E402
 from selvar_asr.store import DEFAULT_MODEL_ID, ModelStore  # noqa: E402
 from wer import normalize, word_errors  # noqa: E402
 
@@ -101,7 +101,7 @@ def main() -> int:
     for padding in args.paddings.split(","):
         floor, margin = map(float, padding.split("/"))
         backend = FasterWhisperBackend(folder)
-        backend._short = ShortWindow(backend._model, Padding(floor=floor, margin=margin))
+        backend._short.padding = Padding(floor=floor, margin=margin)
         settings[f"short-{floor:g}/{margin:g}"] = backend
     for backend in settings.values():
         backend.warm_up()

@@ -17,6 +17,10 @@ struct ProcessSpec {
   std::vector<std::pair<std::string, std::string>> environment;
   // Standard output and standard error are both appended to this file.
   std::filesystem::path outputFile;
+  // Where the child starts; empty keeps the application's own. Relative paths the child is
+  // tricked into opening resolve here, so a child handling untrusted input gets a folder
+  // holding nothing private.
+  std::filesystem::path workingDirectory;
 };
 
 class ChildProcess {

@@ -220,6 +220,9 @@ bool launchIfNeeded(const StartRun &run) {
   spec.arguments = {serverScript()->string(), "--port", std::to_string(run.endpoint.port)};
   spec.environment = {{"SELVAR_ASR_MODEL", run.model}};
   spec.outputFile = serverLogPath();
+  // Not the application's folder (the home folder, or "/" for a macOS app): the server's own
+  // environment holds nothing private should an upload name a relative path.
+  spec.workingDirectory = Paths::asrEnvironment();
   prepareServerLog(spec.outputFile);
   auto result = runner->launch(spec);
   if (!result.process) {

@@ -371,6 +371,7 @@ typedef NSString *NSExceptionName;
 @interface NSURL : NSObject <NSCopying>
 + (instancetype)URLWithString:(NSString *)URLString;
 + (NSURL *)fileURLWithPath:(NSString *)path;
++ (NSURL *)fileURLWithPath:(NSString *)path isDirectory:(BOOL)isDirectory;
 @property(readonly, copy) NSString *path;
 @end
 
@@ -423,6 +424,7 @@ NSString *NSTemporaryDirectory(void);
 @property(copy) NSURL *executableURL;
 @property(copy) NSArray<NSString *> *arguments;
 @property(copy) NSDictionary<NSString *, NSString *> *environment;
+@property(copy) NSURL *currentDirectoryURL;
 @property(strong) id standardInput;
 @property(strong) id standardOutput;
 @property(strong) id standardError;

@@ -47,6 +47,20 @@ TEST_F(PosixProcessRunnerTest, ChildWritesBothStreamsToTheFileAndSeesItsEnvironm
   EXPECT_TRUE(processGone(result.process->pid())); // reaped by isRunning
 }
 
+TEST_F(PosixProcessRunnerTest, ChildStartsInTheFolderItIsGivenOrInOurs) {
+  ProcessSpec spec = shell("pwd -P");
+  spec.workingDirectory = env.root();
+  auto elsewhere = runner.launch(spec);
+  ASSERT_TRUE(elsewhere.process) << elsewhere.error;
+  ASSERT_TRUE(outputHas("\n"));
+  spec.workingDirectory.clear();
+  auto here = runner.launch(spec);
+  ASSERT_TRUE(here.process) << here.error;
+  EXPECT_TRUE(testing::waitFor([&] { return !here.process->isRunning(); }));
+  EXPECT_EQ(testing::readAll(output),
+            fs::canonical(env.root()).string() + "\n" + fs::current_path().string() + "\n");
+}
+
 TEST_F(PosixProcessRunnerTest, TerminateKillsAChildThatIgnoresTheRequestAndReapsIt) {
   auto result = runner.launch(shell("trap '' TERM; echo ready; exec sleep 30"));
   ASSERT_TRUE(result.process) << result.error;

@@ -199,7 +199,8 @@ TEST_F(LocalServerTest, LaunchesTheRealServerScriptAndStopsItWithoutAZombie) {
   EXPECT_FALSE(LocalServer::launchedPid());
 
   std::string serverLog = testing::readAll(LocalServer::serverLogPath());
-  EXPECT_NE(serverLog.find("stand-in model=tiny-model port=" + std::to_string(e.port)),
+  EXPECT_NE(serverLog.find("stand-in model=tiny-model port=" + std::to_string(e.port) +
+                           " cwd=" + fs::canonical(Paths::asrEnvironment()).string() + "\n"),
             std::string::npos);
   EXPECT_NE(serverLog.find("stand-in stderr"), std::string::npos);
   std::string log = logText();

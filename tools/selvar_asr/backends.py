@@ -122,17 +122,38 @@ class FasterWhisperBackend:
         if self.device == "cpu":
             self._model = self._build(folder, "cpu", "int8")
         self.languages = frozenset(self._model.supported_languages)
+        self._stop = threading.Event()
+        # One 30-second window costs an encode and a decode per fallback temperature, seconds
+        # in all; checking before each of those calls stops a job whose client has gone
+        # inside its window, not only after it.
+        runtime = self._model.model
+        self._model.model = _Interruptible(runtime, lambda: self._stop)
         self.beam_size = beam_size
-        self._short = self._short_window() if short_window else None
+        self._short = self._short_window(runtime) if short_window else None
 
-    def _short_window(self):
+    def _short_window(self, runtime):
         from .shortwindow import ShortWindow, Unsupported
 
         try:
-            return ShortWindow(self._model)
+            return ShortWindow(self._model, runtime)
         except Unsupported as error:
             log.write(f"short window off, every clip gets the full window: {error}")
             return None
+
+    def _in_short_window(self, audio: np.ndarray, options: Options,
+                         stop: threading.Event) -> Transcript | None:
+        temperatures = options.temperatures()
+        temperatures = temperatures if isinstance(temperatures, tuple) else (temperatures,)
+        transcript, reason = self._short.transcribe(audio, options.language, options.prompt,
+                                                    temperatures, stop)
+        if transcript is None and reason != "long speech" and options.prompt:
+            # A prompt (the text before a piece of a session) can pull the decoder into
+            # repeating it; the words matter more than the prompt's spelling hints.
+            transcript, reason = self._short.transcribe(audio, options.language, None,
+                                                        temperatures, stop)
+        if transcript is None and reason != "long speech":
+            log.write(f"short window refused the clip, using the full window: {reason}")
+        return transcript
 
     @staticmethod
     def _build(folder: Path, device: str, compute_type: str):
@@ -152,19 +173,18 @@ class FasterWhisperBackend:
 
     def transcribe(self, audio: np.ndarray, options: Options,
                    stop: threading.Event) -> Transcript:
+        self._stop = stop  # jobs run one at a time on the engine's single worker
+        try:
+            return self._transcribe(audio, options, stop)
+        finally:
+            self._stop = threading.Event()
+
+    def _transcribe(self, audio: np.ndarray, options: Options,
+                    stop: threading.Event) -> Transcript:
         if self._short is not None:
-            temperatures = options.temperatures()
-            transcript, reason = self._short.transcribe(
-                audio, options.language, options.prompt,
-                temperatures if isinstance(temperatures, tuple) else (temperatures,), stop)
+            transcript = self._in_short_window(audio, options, stop)
             if transcript is not None:
                 return transcript
-            if reason != "long speech":
-                log.write(f"short window refused the clip, using the full window: {reason}")
-        return self._full_window(audio, options, stop)
-
-    def _full_window(self, audio: np.ndarray, options: Options,
-                     stop: threading.Event) -> Transcript:
         pieces, info = self._model.transcribe(
             audio, language=options.language, initial_prompt=options.prompt,
             temperature=options.temperatures(), beam_size=self.beam_size,
@@ -183,6 +203,29 @@ class FasterWhisperBackend:
                                        {k: getattr(piece, k, None) for k in _STATS}))
         # Whisper puts the spaces between words itself (and none in scripts without them).
         return Transcript("".join(raw).strip(), info.language, info.duration, segments)
+
+
+class _Interruptible:
+    """Stands in for the CTranslate2 model inside faster-whisper, raising Stopped instead of
+    starting another encode or decode once the current job's stop is set."""
+
+    _STEPS = frozenset({"encode", "generate", "detect_language", "align"})
+
+    def __init__(self, inner, stop: Callable[[], threading.Event]) -> None:
+        self._inner = inner
+        self._current_stop = stop
+
+    def __getattr__(self, name: str):
+        value = getattr(self._inner, name)
+        if name not in self._STEPS:
+            return value
+
+        def step(*args, **kwargs):
+            if self._current_stop().is_set():
+                raise Stopped()
+            return value(*args, **kwargs)
+
+        return step
 
 
 class MlxWhisperBackend:

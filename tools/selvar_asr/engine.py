@@ -2,6 +2,7 @@
 one at a time on a single worker thread so the event loop stays free for probes."""
 
 import asyncio
+import contextlib
 import threading
 import time
 from concurrent.futures import ThreadPoolExecutor
@@ -124,31 +125,53 @@ class Engine:
 
     # Transcription.
 
-    async def transcribe(self, audio: np.ndarray, options: Options) -> tuple[Transcript, float]:
-        """The transcript and the seconds spent in the model. Cancelling the caller (the
-        request's time bound) drops a queued job and stops a running one between segments."""
-        served = self._served
-        if served is None:
-            raise RuntimeError("no model is loaded")
+    @contextlib.contextmanager
+    def slot(self):
+        """A place among the waiting transcriptions, taken before an upload is decoded so that
+        a full queue turns requests away before their audio costs memory."""
         with self._lock:
             if self._waiting >= self._max_waiting:
                 raise Busy()
             self._waiting += 1
-            stop = threading.Event()
+        try:
+            yield
+        finally:
+            with self._lock:
+                self._waiting -= 1
+
+    async def transcribe(self, audio: np.ndarray, options: Options,
+                         reserved: bool = False) -> tuple[Transcript, float]:
+        """The transcript and the seconds spent in the model. Cancelling the caller (the
+        request's time bound, or its client leaving) drops a queued job and stops a running
+        one at the model's next step. With reserved, the caller already holds a slot."""
+        served = self._served
+        if served is None:
+            raise RuntimeError("no model is loaded")
+        if reserved:
+            return await self._submit(served, audio, options)
+        with self.slot():
+            return await self._submit(served, audio, options)
+
+    async def _submit(self, served: Served, audio: np.ndarray,
+                      options: Options) -> tuple[Transcript, float]:
+        stop = threading.Event()
+        with self._lock:
             self._stops.add(stop)
         job = self._worker.submit(self._run, served, audio, options, stop)
         try:
             return await asyncio.wrap_future(job)
         except asyncio.CancelledError:
             stop.set()
+            job.cancel()
             raise
         finally:
             with self._lock:
-                self._waiting -= 1
                 self._stops.discard(stop)
 
     def _run(self, served: Served, audio: np.ndarray, options: Options,
              stop: threading.Event) -> tuple[Transcript, float]:
+        if stop.is_set():  # its client left while it waited
+            raise backends.Stopped()
         # The model being switched while this job waited is fine: use the newest one.
         backend = (self._served or served).backend
         began = time.monotonic()

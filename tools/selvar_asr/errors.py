@@ -7,6 +7,7 @@ _TYPES = {
     403: "permission_error",
     404: "invalid_request_error",
     405: "invalid_request_error",
+    408: "invalid_request_error",
     413: "invalid_request_error",
     422: "invalid_request_error",
 }

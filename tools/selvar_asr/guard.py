@@ -1,6 +1,7 @@
 """Outer ASGI layers: the request guard (loopback only, bounded bodies) and the one-line
 request log."""
 
+import asyncio
 import time
 
 from starlette.datastructures import Headers
@@ -13,12 +14,16 @@ from .errors import ApiError, error_response, response_for
 class RequestGuard:
     """Refuses requests a web page could make: a Host other than this server's loopback
     address (DNS rebinding) or any Origin header (a browser's cross-site request). Bounds the
-    request body, by its declared length before reading and by counting while reading."""
+    request body, by its declared length before reading and by counting while reading, and
+    in time: a client that stalls or trickles its body does not hold a connection."""
 
-    def __init__(self, app: ASGIApp, port: int, max_body: int) -> None:
+    def __init__(self, app: ASGIApp, port: int, max_body: int, body_idle_seconds: float = 10.0,
+                 body_seconds: float = 30.0) -> None:
         self.app = app
         self.hosts = {f"127.0.0.1:{port}", f"localhost:{port}", f"[::1]:{port}"}
         self.max_body = max_body
+        self.body_idle_seconds = body_idle_seconds
+        self.body_seconds = body_seconds
 
     async def __call__(self, scope: Scope, receive: Receive, send: Send) -> None:
         if scope["type"] == "http":
@@ -45,10 +50,21 @@ class RequestGuard:
 
     def _counting(self, receive: Receive) -> Receive:
         seen = 0
+        complete = False
+        deadline = time.monotonic() + self.body_seconds
 
         async def counted() -> Message:
-            nonlocal seen
-            message = await receive()
+            nonlocal seen, complete
+            if complete:  # later reads only wait for the client to leave
+                return await receive()
+            wait = min(self.body_idle_seconds, deadline - time.monotonic())
+            try:
+                async with asyncio.timeout(max(wait, 0.0)):
+                    message = await receive()
+            except TimeoutError:
+                raise ApiError(408, "the upload did not arrive in time",
+                               code="upload_timeout") from None
+            complete = not message.get("more_body", False)
             seen += len(message.get("body", b""))
             if seen > self.max_body:
                 # Raised inside the handler's body read, so the app answers with its error
@@ -72,7 +88,7 @@ class RequestLog:
             await self.app(scope, receive, send)
             return
         began = time.monotonic()
-        status = 500
+        status: int | str = 500
         state = scope.setdefault("state", {})
 
         async def send_and_note(message: Message) -> None:
@@ -84,6 +100,8 @@ class RequestLog:
         try:
             await self.app(scope, receive, send_and_note)
         finally:
+            if state.get("departed"):
+                status = "departed"
             self.log(f"request method={scope['method']} path={scope['path']} status={status} "
                      f"audio_seconds={_seconds(state.get('audio_seconds'))} "
                      f"inference_seconds={_seconds(state.get('inference_seconds'))} "

@@ -1,8 +1,10 @@
 """Model installs from the model hub: background downloads with progress, staged outside the
 model namespace and moved into the models folder in one rename once complete."""
 
+import hashlib
 import http.client
 import json
+import re
 import shutil
 import threading
 import time
@@ -13,7 +15,7 @@ from dataclasses import dataclass
 from pathlib import Path
 from typing import Callable
 
-from . import log, store
+from . import backends, log, store
 from .store import ModelStore
 
 DEFAULT_HUB = "https://huggingface.co"
@@ -23,6 +25,19 @@ _CHUNK = 1 << 20
 _CT2_FILES = ("config.json", "model.bin", "tokenizer.json", "vocabulary.txt",
               "vocabulary.json", "preprocessor_config.json")
 _MLX_FILES = ("config.json", "weights.safetensors", "weights.npz", "model.safetensors")
+# Each install is a thread, a socket and a staging folder; beyond these, requests are told to
+# try later.
+MAX_RUNNING = 2
+_SHA256 = re.compile(r"[0-9a-f]{64}")
+_GIT_SHA1 = re.compile(r"[0-9a-f]{40}")
+
+
+@dataclass(frozen=True)
+class Listed:
+    """A file as the hub lists it: its size and, when the hub gives one, its hash as
+    (algorithm, hex digest): sha256 for large files, the git blob id for the others."""
+    size: int
+    digest: tuple[str, str] | None = None
 
 
 class InstallError(Exception):
@@ -47,7 +62,8 @@ class Installer:
     def __init__(self, store: ModelStore, runtimes: set[str], hub: str = DEFAULT_HUB,
                  on_installed: Callable[[str], None] = lambda model_id: None,
                  logger: log.Logger = log.write, attempts: int = 4,
-                 retry_delay: float = 1.0, timeout: float = 30.0) -> None:
+                 retry_delay: float = 1.0, timeout: float = 30.0,
+                 check: backends.Loader = backends.load, max_running: int = MAX_RUNNING) -> None:
         self.store = store
         self.runtimes = runtimes
         self.hub = hub.rstrip("/")
@@ -56,6 +72,8 @@ class Installer:
         self._attempts = attempts
         self._retry_delay = retry_delay
         self._timeout = timeout
+        self._check = check
+        self._max_running = max_running
         self._lock = threading.Lock()
         self._jobs: dict[str, Status] = {}
 
@@ -74,8 +92,12 @@ class Installer:
             job = self._jobs.get(model_id)
             if job is not None and job.state == DOWNLOADING:
                 return Status(job.state, job.bytes, job.total)
+            running = sum(j.state == DOWNLOADING for j in self._jobs.values())
             if self.store.format_of(model_id):
                 job = None
+            elif running >= self._max_running:
+                return Status(FAILED, error=f"{running} installs are already running; try "
+                              "again when one has finished")
             else:
                 job = self._jobs[model_id] = Status(DOWNLOADING)
         if job is None:
@@ -93,10 +115,14 @@ class Installer:
             files = self._plan(model_id, job)
             shutil.rmtree(staging, ignore_errors=True)
             staging.mkdir(parents=True)
-            for name, size in files:
-                self._fetch(model_id, name, size, staging / name, job)
-            if store.model_format(staging) is None:
+            for name, listed in files:
+                self._fetch(model_id, name, listed.size, staging / name, job)
+                _verify(name, listed, staging / name)
+            runtime = store.model_format(staging)
+            if runtime is None:
                 raise InstallError("the downloaded files do not form a model")
+            if any(listed.digest is None for _, listed in files):
+                self._load_test(model_id, staging, runtime)
             self.store.commit(model_id, staging)
         except Exception as error:  # reported to the app as the failed state
             self.store.discard(staging)
@@ -107,11 +133,18 @@ class Installer:
         self._log(f"install finished: id={model_id} bytes={job.total}")
         self._on_installed(model_id)
 
+    def _load_test(self, model_id: str, staging: Path, runtime: str) -> None:
+        """Without the hub's hashes, only loading the model shows that its files are whole."""
+        try:
+            self._check(model_id, staging, runtime)
+        except Exception as error:
+            raise InstallError(f"the downloaded model does not load ({error})") from error
+
     def _finish(self, job: Status, state: str, error: str | None) -> None:
         with self._lock:
             job.state, job.error = state, error
 
-    def _plan(self, model_id: str, job: Status) -> list[tuple[str, int]]:
+    def _plan(self, model_id: str, job: Status) -> list[tuple[str, Listed]]:
         """The files to fetch and their sizes, after checking the model can run here."""
         listing = self._listing(model_id)
         if "model.bin" in listing:
@@ -126,17 +159,16 @@ class Installer:
                                "faster-whisper is not installed; run ./tools/setup-asr.sh")
         files = [(name, listing[name]) for name in wanted if name in listing]
         with self._lock:
-            job.total = sum(size for _, size in files)
+            job.total = sum(listed.size for _, listed in files)
         return files
 
-    def _listing(self, model_id: str) -> dict[str, int]:
+    def _listing(self, model_id: str) -> dict[str, Listed]:
         url = f"{self.hub}/api/models/{model_id}/tree/main"
         with self._open(url, {}) as reply:
             entries = json.load(reply)
         if not isinstance(entries, list):
             raise InstallError("the model hub answered with an unexpected listing")
-        return {e["path"]: int((e.get("lfs") or {}).get("size", e.get("size", 0)))
-                for e in entries
+        return {e["path"]: _listed(e) for e in entries
                 if isinstance(e, dict) and e.get("type") == "file"
                 and isinstance(e.get("path"), str)}
 
@@ -151,7 +183,7 @@ class Installer:
             have = target.stat().st_size if target.exists() else 0
             if have < size or not target.exists():
                 try:
-                    self._stream(url, target, have, base, job)
+                    self._stream(url, target, have, size, base, job)
                 except urllib.error.HTTPError as error:
                     if error.code < 500:
                         raise
@@ -161,28 +193,59 @@ class Installer:
             have = target.stat().st_size if target.exists() else 0
             if have == size:
                 return
-            if have > size:
-                target.unlink()
-                problem = InstallError(f"{name} arrived longer than the hub listed it")
-            elif not isinstance(problem, (OSError, http.client.HTTPException)):
+            if not isinstance(problem, (OSError, http.client.HTTPException)):
                 problem = InstallError(f"{name} arrived with {have} of {size} bytes")
         raise problem
 
-    def _stream(self, url: str, target: Path, have: int, base: int, job: Status) -> None:
+    def _stream(self, url: str, target: Path, have: int, size: int, base: int,
+                job: Status) -> None:
+        """Appends the rest of the file, reading at most one byte past its listed size: a hub
+        that sends more than it listed gets no more of the disk than that."""
         headers = {"Range": f"bytes={have}-"} if have else {}
         with self._open(url, headers) as reply:
             resumed = have and reply.status == 206
             with open(target, "ab" if resumed else "wb") as out:
                 done = have if resumed else 0
-                while chunk := reply.read(_CHUNK):
+                while chunk := reply.read(min(_CHUNK, size + 1 - done)):
                     out.write(chunk)
                     done += len(chunk)
                     with self._lock:
                         job.bytes = base + done
+                    if done > size:
+                        break
+        if done > size:
+            target.unlink()
+            raise InstallError(f"{target.name} arrived longer than the hub listed it")
 
     def _open(self, url: str, headers: dict):
         request = urllib.request.Request(url, headers={"User-Agent": "selvar-asr", **headers})
         return urllib.request.urlopen(request, timeout=self._timeout)
+
+
+def _listed(entry: dict) -> Listed:
+    lfs = entry.get("lfs") if isinstance(entry.get("lfs"), dict) else {}
+    size = int(lfs.get("size", entry.get("size", 0)))
+    sha256, oid = lfs.get("sha256", lfs.get("oid")), entry.get("oid")
+    if lfs:
+        ok = isinstance(sha256, str) and _SHA256.fullmatch(sha256)
+        return Listed(size, ("sha256", sha256) if ok else None)
+    ok = isinstance(oid, str) and _GIT_SHA1.fullmatch(oid)
+    return Listed(size, ("git-sha1", oid) if ok else None)
+
+
+def _verify(name: str, listed: Listed, path: Path) -> None:
+    if listed.digest is None:
+        return
+    algorithm, expected = listed.digest
+    if algorithm == "sha256":
+        digest = hashlib.sha256()
+    else:  # a git blob id hashes a small header before the content
+        digest = hashlib.sha1(f"blob {listed.size}\0".encode())
+    with open(path, "rb") as data:
+        while block := data.read(_CHUNK):
+            digest.update(block)
+    if digest.hexdigest() != expected:
+        raise InstallError(f"{name} does not match the hub's checksum")
 
 
 def _describe(error: Exception) -> str:

@@ -2,11 +2,12 @@
 
 import argparse
 import os
+import signal
 import socket
 import sys
 from pathlib import Path
 
-from . import backends, log
+from . import backends, connections, log
 from .app import MAX_UPLOAD_BYTES, REQUEST_SECONDS, create_app
 from .engine import Engine
 from .installer import DEFAULT_HUB, Installer
@@ -57,6 +58,7 @@ def main(argv: list[str] | None = None) -> int:
     import uvicorn
 
     args = parse(argv)
+    connections.route_library_logs()
     store = ModelStore(args.models_dir or default_models_dir())
     runtimes = backends.available_runtimes()
     engine = Engine(store, args.model, runtimes)
@@ -69,11 +71,21 @@ def main(argv: list[str] | None = None) -> int:
     app = create_app(engine, installer, port=args.port,
                      max_upload=int(args.max_upload_mb * 2**20),
                      request_seconds=args.request_timeout)
-    config = uvicorn.Config(app, log_config=None, log_level="warning", access_log=False,
-                            proxy_headers=False, server_header=False, lifespan="on",
-                            timeout_graceful_shutdown=5)
+    config = connections.config(app, log_level="warning", access_log=False, lifespan="on",
+                                timeout_graceful_shutdown=5)
     log.write(f"asr server listening: http://{args.host}:{args.port} models={store.root} "
               f"runtimes={','.join(sorted(runtimes)) or 'none'} pid={os.getpid()}")
-    uvicorn.Server(config).run(sockets=[sock])
+    # uvicorn shuts down on SIGTERM (how the app stops the server) and then raises the signal
+    # again with the handler that was there before it; with the default one the process would
+    # die before it could say it stopped.
+    signal.signal(signal.SIGTERM, _exit_quietly)
+    try:
+        uvicorn.Server(config).run(sockets=[sock])
+    except SystemExit:
+        pass
     log.write("asr server stopped")
     return 0
+
+
+def _exit_quietly(signum, frame) -> None:
+    raise SystemExit(0)

@@ -115,12 +115,13 @@ def _words(text: str) -> list[str]:
 
 
 class ShortWindow:
-    """Built over a loaded faster-whisper model, whose CTranslate2 model, feature extractor
-    and tokenizer it uses. Construction checks that those parts are there and behave as this
+    """Built over a loaded faster-whisper model, whose CTranslate2 model (`runtime`, when the
+    model's is wrapped), feature extractor and tokenizer it uses. Construction checks that those parts are there and behave as this
     module expects, so a changed runtime turns the short window off instead of breaking
     requests."""
 
-    def __init__(self, model, padding: Padding = Padding(), timestamps: bool = True) -> None:
+    def __init__(self, model, runtime=None, padding: Padding = Padding(),
+                 timestamps: bool = True) -> None:
         try:
             import ctranslate2
             from faster_whisper.tokenizer import Tokenizer
@@ -131,8 +132,10 @@ class ShortWindow:
             self._hf_tokenizer = model.hf_tokenizer
         except (ImportError, AttributeError) as error:
             raise Unsupported(f"runtime parts missing: {error!r}") from error
-        if not isinstance(self._ct2, ctranslate2.models.Whisper):
-            raise Unsupported(f"unexpected model type {type(self._ct2).__name__}")
+        # The model may be wrapped (to stop between steps); what it wraps must be the runtime's.
+        runtime = runtime if runtime is not None else self._ct2
+        if not isinstance(runtime, ctranslate2.models.Whisper):
+            raise Unsupported(f"unexpected model type {type(runtime).__name__}")
         self._storage = ctranslate2.StorageView.from_array
         self._tokenizer_type = Tokenizer
         self._speech = lambda audio: get_speech_timestamps(audio, VadOptions())

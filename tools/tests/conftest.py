@@ -16,6 +16,7 @@ import uvicorn
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
 
+from selvar_asr import connections  # noqa: E402
 from selvar_asr.app import create_app  # noqa: E402
 from selvar_asr.backends import Segment, Stopped, Transcript  # noqa: E402
 from selvar_asr.engine import Engine  # noqa: E402
@@ -122,7 +123,7 @@ def serve(tmp_path):
 
     def start(installed=(DEFAULT_MODEL_ID,), mlx_installed=(), requested=None, backend=None,
               load_gate=None, broken=(), hub="http://127.0.0.1:9", max_waiting=8,
-              **app_options) -> Running:
+              header_seconds=10.0, install_options=None, **app_options) -> Running:
         models = tmp_path / "models"
         for model_id in installed:
             make_model(models, model_id)
@@ -143,9 +144,11 @@ def serve(tmp_path):
         engine = Engine(store, requested, {CTRANSLATE2}, loader=loader, logger=logs.append,
                         max_waiting=max_waiting)
         installer = Installer(store, {CTRANSLATE2}, hub, on_installed=engine.model_installed,
-                              logger=logs.append, retry_delay=0, timeout=5)
+                              logger=logs.append, retry_delay=0, timeout=5,
+                              **(install_options or {}))
         app = create_app(engine, installer, port=port, logger=logs.append, **app_options)
-        server = uvicorn.Server(uvicorn.Config(app, log_config=None, lifespan="on"))
+        server = uvicorn.Server(connections.config(app, lifespan="on",
+                                                   header_seconds=header_seconds))
         thread = threading.Thread(target=server.run, kwargs={"sockets": [sock]}, daemon=True)
         thread.start()
         stops.append((server, thread, [load_gate, backend.gate]))

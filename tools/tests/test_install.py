@@ -20,14 +20,16 @@ REPOS = {"org/ct2": CT2, "mlx-community/tiny": {"config.json": b"{}", "weights.n
 
 
 class FakeHub(ThreadingHTTPServer):
-    """Serves listings and files the way the model hub does, with ranges, and with faults to
-    order: a dropped connection, an error status, a listed size that lies, or a pause half-way
-    through a file until released."""
+    """Serves listings and files the way the model hub does, with ranges and hashes (sha256
+    for model.bin as for large files, the git blob id for the rest), and with faults to order:
+    a dropped connection, an error status, a listed size that lies, more bytes sent than
+    listed, a wrong or no hash, or a pause half-way through a file until released."""
 
     def __init__(self):
         super().__init__(("127.0.0.1", 0), HubHandler)
         self.url = f"http://127.0.0.1:{self.server_address[1]}"
         self.drop_once, self.status, self.listed_extra, self.pause = {}, {}, {}, {}
+        self.oversend, self.wrong_hash, self.hashes = {}, set(), True
         self.paused, self.ranges, self.listings = threading.Event(), [], 0
         threading.Thread(target=self.serve_forever, daemon=True).start()
 
@@ -46,8 +48,7 @@ class HubHandler(BaseHTTPRequestHandler):
             if files is None:
                 return self.send_error(404)
             return self.send_body(200, json.dumps([
-                {"type": "file", "path": n, "size": len(d) + hub.listed_extra.get(n, 0)}
-                for n, d in files.items()]).encode())
+                listed(n, d, hub) for n, d in files.items()]).encode())
         name = parts[-1]  # /<id>/resolve/main/<name>
         data = REPOS.get("/".join(parts[:-3]), {}).get(name)
         if data is None or name in hub.status:
@@ -55,7 +56,7 @@ class HubHandler(BaseHTTPRequestHandler):
         start = int(self.headers.get("Range", "bytes=0-")[6:-1])
         if start:
             hub.ranges.append(self.headers["Range"])
-        self.send_body(206 if start else 200, data[start:], name)
+        self.send_body(206 if start else 200, data[start:] + hub.oversend.get(name, b""), name)
 
     def send_body(self, status: int, body: bytes, name: str = "") -> None:
         hub = self.server
@@ -72,6 +73,17 @@ class HubHandler(BaseHTTPRequestHandler):
             body = body[:hub.drop_once.pop(name)]
             self.close_connection = True
         self.wfile.write(body)
+
+
+def listed(name: str, data: bytes, hub: FakeHub) -> dict:
+    entry = {"type": "file", "path": name, "size": len(data) + hub.listed_extra.get(name, 0)}
+    if name in hub.wrong_hash:
+        data = data + b"tampered"
+    if hub.hashes and name == "model.bin":
+        entry["lfs"] = {"oid": hashlib.sha256(data).hexdigest(), "size": entry["size"]}
+    elif hub.hashes:
+        entry["oid"] = hashlib.sha1(b"blob %d\0%s" % (len(data), data)).hexdigest()
+    return entry
 
 
 @pytest.fixture

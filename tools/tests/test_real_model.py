@@ -7,6 +7,7 @@ import signal
 import socket
 import subprocess
 import sys
+import threading
 import time
 from pathlib import Path
 
@@ -68,8 +69,41 @@ def server(tmp_path_factory):
     SUMMARY.append(f"real model loaded and warmed up in {time.monotonic() - began:.1f}s")
     yield url, log
     process.send_signal(signal.SIGTERM)
-    # uvicorn shuts down gracefully, then re-raises the signal it caught.
-    assert process.wait(timeout=20) in (0, -signal.SIGTERM)
+    assert process.wait(timeout=20) == 0
+    assert log.read_text().rstrip().endswith(" asr server stopped")
+
+
+def installed_model() -> Path:
+    store = ModelStore(default_models_dir())
+    if store.format_of(DEFAULT_MODEL_ID) is None:
+        pytest.skip("the default model is not installed")
+    return store.folder(DEFAULT_MODEL_ID)
+
+
+def test_a_job_stops_inside_its_window_once_its_client_is_gone(speech):
+    from selvar_asr.audio import decode
+    from selvar_asr.backends import FasterWhisperBackend, Options, Stopped
+
+    backend = FasterWhisperBackend(installed_model())
+    model = backend._model.model  # the stand-in faster-whisper calls for each model step
+    steps, stop = [], threading.Event()
+
+    class Spy:
+        def __getattr__(self, name):
+            value = getattr(real, name)
+            if name not in ("encode", "generate"):
+                return value
+
+            def step(*args, **kwargs):
+                steps.append(name)
+                stop.set()  # the client leaves while the window is being encoded
+                return value(*args, **kwargs)
+            return step
+
+    real, model._inner = model._inner, Spy()
+    with pytest.raises(Stopped):
+        backend.transcribe(decode(speech[0][1].read_bytes()), Options(language="en"), stop)
+    assert steps == ["encode"]  # its decode never started
 
 
 def ready(url: str) -> bool:

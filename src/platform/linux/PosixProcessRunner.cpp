@@ -95,6 +95,8 @@ void redirect(posix_spawn_file_actions_t &actions, const ProcessSpec &spec) {
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, spec.outputFile.c_str(),
                                    O_WRONLY | O_CREAT | O_APPEND, 0644);
   posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+  if (!spec.workingDirectory.empty())
+    posix_spawn_file_actions_addchdir_np(&actions, spec.workingDirectory.c_str());
 #if defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 34))
   posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
 #endif

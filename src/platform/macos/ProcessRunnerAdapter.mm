@@ -73,6 +73,9 @@ LaunchResult ProcessRunnerAdapter::launch(const ProcessSpec &spec) {
   task.executableURL = [NSURL fileURLWithPath:nsString(spec.executable.string())];
   task.arguments = arguments;
   task.environment = environmentFor(spec);
+  if (!spec.workingDirectory.empty())
+    task.currentDirectoryURL = [NSURL fileURLWithPath:nsString(spec.workingDirectory.string())
+                                          isDirectory:YES];
   task.standardInput = [NSFileHandle fileHandleWithNullDevice];
   task.standardOutput = output;
   task.standardError = output;

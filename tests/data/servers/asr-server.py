@@ -14,7 +14,7 @@ import sys
 def main() -> None:
     port = int(sys.argv[sys.argv.index("--port") + 1])
     model = os.environ.get("SELVAR_ASR_MODEL", "")
-    print(f"stand-in model={model} port={port}", flush=True)
+    print(f"stand-in model={model} port={port} cwd={os.getcwd()}", flush=True)
     print("stand-in stderr", file=sys.stderr, flush=True)
     if "never-ready" in model:
         while True:
