@@ -5,7 +5,8 @@
 #
 # Plays the real recordings of ../shared/speech (or tools/tests/speech) and espeak-ng speech of
 # about 5, 15 and 30 s, continuous and with pauses, into the virtual microphone with the
-# trigger held, once with a server that offers sessions and once with one that does not, and
+# trigger held with the old server, with this one without sessions and with sessions
+# (SELVAR_BENCH_PATHS="whole session" picks some), and
 # prints per clip: release to text, the split (audio finishing, server, pipeline and paste) and
 # the word errors, with the load average. Never a test: the numbers depend on the machine.
 set -euo pipefail

@@ -86,8 +86,12 @@ run_scenarios() {
   : >"$artifacts/bench-latency.txt"
   local path name
   stop_pid "$PID_asr" # run-e2e.sh started one; each path starts its own
-  for path in whole session; do
-    if [ $path = whole ]; then export SELVAR_ASR_NO_SESSIONS=1; else unset SELVAR_ASR_NO_SESSIONS; fi
+  # before: the old decoding (full window, beam 5), whole files; whole: this server without
+  # sessions; session: this server with them.
+  for path in ${SELVAR_BENCH_PATHS:-before whole session}; do
+    unset SELVAR_ASR_NO_SESSIONS SELVAR_ASR_OLD_DECODING
+    [ $path = session ] || export SELVAR_ASR_NO_SESSIONS=1
+    [ $path != before ] || export SELVAR_ASR_OLD_DECODING=1
     start_asr_server "$ASR_TOOLS" "$ASR_PYTHON"
     start_selvar hold
     for name in $(cd "$T/clips" && ls *.wav | sed 's/\.wav$//'); do
