@@ -136,6 +136,9 @@ private:
   // Server path.
   void startServerCapture(int gen, const ServerEndpoint &endpoint, int attempt);
   void sendRecording(int gen);
+  void sendWholeRecording(int gen, const std::filesystem::path &wav);
+  void sessionReplied(int gen, const std::filesystem::path &wav,
+                      const std::shared_ptr<TranscriptionSession> &session, ServerReply reply);
   void serverReplied(int gen, std::optional<std::filesystem::path> wav, ServerReply reply);
   void keepFailedRecording(const std::filesystem::path &wav);
   void discardRecorder();
@@ -185,6 +188,8 @@ private:
   bool wantsRecording_ = false;
   std::optional<ServerEndpoint> serverEndpoint_;
   std::shared_ptr<WavRecording> recorder_;
+  // Transcription while recording, when the server offers it; the WAV file stays the fallback.
+  std::shared_ptr<TranscriptionSession> session_;
   // The finished WAV of the utterance now with the server.
   std::optional<std::filesystem::path> inFlightWav_;
   bool cancelArmed_ = false;

@@ -12,6 +12,8 @@ struct DictationError {
   std::string description;
   // The local server answered, but not with text (its description is written for users).
   bool isServerError = false;
+  // The server answered with no words: asking it again with the same audio is pointless.
+  bool heardNothing = false;
 };
 
 // The few words after "Dictation failed — ".

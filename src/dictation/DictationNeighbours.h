@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,20 @@ struct ServerEndpoint {
 struct ServerReply {
   std::string text;
   std::optional<DictationError> error;
+};
+
+// Transcription while recording: the 16 kHz samples of one utterance reach the server as they
+// are captured, so that at the end only the tail is left to transcribe.
+class TranscriptionSession {
+public:
+  virtual ~TranscriptionSession() = default;
+  // Called on the audio thread: must not block.
+  virtual void append(std::span<const std::int16_t> samples) = 0;
+  // No more audio. The completion runs once, on any thread, with the whole text, or with the
+  // failure after which the recording is sent whole.
+  virtual void finish(double timeout, std::function<void(ServerReply)> completion) = 0;
+  // Ends the session on the server; a pending completion never runs.
+  virtual void cancel() = 0;
 };
 
 // The local transcription and rewrite servers. Completions may arrive on any thread.
@@ -47,6 +62,12 @@ public:
                           std::function<void(ServerReply)> completion) = 0;
   virtual void rewrite(const std::string &text, const ServerEndpoint &endpoint, double timeout,
                        std::function<void(ServerReply)> completion) = 0;
+  // A session on a server that offers them; nothing for servers that take whole files only.
+  virtual std::shared_ptr<TranscriptionSession> openSession(const ServerEndpoint &,
+                                                            const std::string & /*language*/,
+                                                            const std::string & /*prompt*/) {
+    return nullptr;
+  }
 };
 
 class FeedbackWindow {
@@ -65,6 +86,8 @@ public:
   // The finished file, or nothing when it is too short or could not be written.
   virtual std::optional<std::filesystem::path> finish() = 0;
   virtual std::filesystem::path path() const = 0;
+  // Also hands every converted sample to the session from now on.
+  virtual void forwardTo(std::shared_ptr<TranscriptionSession> session) = 0;
 };
 
 struct DictationNeighbours {

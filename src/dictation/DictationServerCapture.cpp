@@ -1,5 +1,7 @@
 // The server path: the utterance is recorded to a 16 kHz WAV file and sent whole to the local
-// transcription server when it ends. A recording that ends without text is never thrown away:
+// transcription server when it ends. A server that offers sessions also gets the audio while
+// the user speaks, so that little is left to transcribe at the end; the file is then only the
+// fallback for a session that fails. A recording that ends without text is never thrown away:
 // it is kept among the failed recordings for a retry.
 
 #include "app/Prefs.h"
@@ -63,6 +65,10 @@ void DictationController::startServerCapture(int gen, const ServerEndpoint &endp
   }
   engine_ = std::move(engine);
   recorder_ = std::move(recorder);
+  session_ = neighbours_.servers->openSession(
+      endpoint, serverLanguage(Prefs::recognitionLanguage()), DictionaryStore::biasPrompt());
+  // Before the tap and the pre-roll, so the session hears the utterance from its start.
+  if (session_) recorder_->forwardTo(session_);
   installTap(*engine_, *format);
   flushPreroll(*format);
   if (auto error = engine_->start()) {
@@ -83,7 +89,35 @@ void DictationController::sendRecording(int gen) {
     return;
   }
   inFlightWav_ = wav;
-  auto bytes = readFile(*wav);
+  if (session_) {
+    session_->finish(kRequestTimeout, [this, life = std::weak_ptr<int>(lifetime_), q = &queue(),
+                                       gen, wav = *wav, session = session_](ServerReply reply) {
+      q->async([this, life, gen, wav, session, reply = std::move(reply)] {
+        if (!life.expired()) sessionReplied(gen, wav, session, reply);
+      });
+    });
+    return;
+  }
+  sendWholeRecording(gen, *wav);
+}
+
+void DictationController::sessionReplied(int gen, const fs::path &wav,
+                                         const std::shared_ptr<TranscriptionSession> &session,
+                                         ServerReply reply) {
+  if (session_ == session) session_.reset();
+  std::error_code ec;
+  // Only a failed session of the current utterance is worth a second request: an empty text
+  // would come back empty, and a superseded utterance has nowhere to put its text.
+  bool retry = reply.error && !reply.error->heardNothing && gen == generation_ &&
+               inFlightWav_ == wav && fs::exists(wav, ec);
+  if (!retry) return serverReplied(gen, wav, std::move(reply));
+  Log::write("server session failed, sending the whole recording: " + reply.error->description);
+  sendWholeRecording(gen, wav);
+}
+
+void DictationController::sendWholeRecording(int gen, const fs::path &path) {
+  std::optional<fs::path> wav = path;
+  auto bytes = readFile(path);
   if (!bytes) {
     serverReplied(gen, wav, {"", DictationError{0, "could not read the recording"}});
     return;
@@ -125,9 +159,11 @@ void DictationController::serverReplied(int gen, std::optional<fs::path> wav, Se
   commit(reply.text, gen, "final", std::nullopt);
 }
 
-// An aborted server-path utterance takes its audio with it.
+// An aborted server-path utterance takes its audio with it, and its session ends on the server
+// so that no work goes on for text nobody will read.
 void DictationController::discardRecorder() {
   std::error_code ec;
+  if (auto session = std::exchange(session_, nullptr)) session->cancel();
   if (recorder_) {
     auto path = recorder_->path();
     recorder_->finish();

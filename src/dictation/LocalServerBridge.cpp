@@ -2,8 +2,11 @@
 
 #include "servers/LocalServer.h"
 #include "servers/RewriteClient.h"
+#include "servers/ServerSession.h"
 #include "servers/TranscriptionClient.h"
 #include "servers/WAVRecorder.h"
+
+#include <atomic>
 
 namespace selvar {
 
@@ -33,7 +36,8 @@ long transportCode(TransportError::Kind kind) {
 
 DictationError toDictationError(const ServerFailure &failure) {
   if (auto *server = std::get_if<ServerError>(&failure))
-    return {static_cast<long>(server->kind), server->description(), true};
+    return {static_cast<long>(server->kind), server->description(), true,
+            server->kind == ServerError::Kind::emptyText};
   const auto &transport = std::get<TransportError>(failure);
   return {transportCode(transport.kind), transport.description, false};
 }
@@ -56,9 +60,39 @@ public:
   void append(const AudioBuffer &buffer) override { recorder_->append(buffer); }
   std::optional<std::filesystem::path> finish() override { return recorder_->finish(); }
   std::filesystem::path path() const override { return recorder_->url(); }
+  void forwardTo(std::shared_ptr<TranscriptionSession> session) override {
+    recorder_->setListener([session = std::move(session)](std::span<const std::int16_t> samples) {
+      session->append(samples);
+    });
+  }
 
 private:
   std::unique_ptr<WAVRecorder> recorder_;
+};
+
+class ServerSessionAdapter : public TranscriptionSession {
+public:
+  explicit ServerSessionAdapter(std::shared_ptr<ServerSession> session)
+      : session_(std::move(session)) {}
+  ~ServerSessionAdapter() override { session_->cancel(); }
+  void append(std::span<const std::int16_t> samples) override { session_->append(samples); }
+  void finish(double timeout, std::function<void(ServerReply)> completion) override {
+    session_->finish(timeout, [session = session_, completion = std::move(completion)](
+                                  ServerResult<std::string> result) {
+      // A server without sessions after all is not asked again until the app restarts.
+      if (session->unsupported()) withoutSessions().store(true);
+      completion(toReply(result));
+    });
+  }
+  void cancel() override { session_->cancel(); }
+
+  static std::atomic<bool> &withoutSessions() {
+    static std::atomic<bool> flag{false};
+    return flag;
+  }
+
+private:
+  std::shared_ptr<ServerSession> session_;
 };
 
 } // namespace
@@ -114,6 +148,17 @@ void LocalServerBridge::rewrite(const std::string &text, const ServerEndpoint &e
                          [completion = std::move(completion)](ServerResult<std::string> result) {
                            completion(toReply(result));
                          });
+}
+
+std::shared_ptr<TranscriptionSession> LocalServerBridge::openSession(const ServerEndpoint &endpoint,
+                                                                     const std::string &language,
+                                                                     const std::string &prompt) {
+  auto target = serverEndpoint(endpoint);
+  // Sessions are the local transcription server's own; other servers take whole files.
+  if (!target || endpoint.id != LocalServer::transcriptionEndpoint().id ||
+      ServerSessionAdapter::withoutSessions().load())
+    return nullptr;
+  return std::make_shared<ServerSessionAdapter>(ServerSession::open(*target, language, prompt));
 }
 
 std::shared_ptr<WavRecording> makeWavRecording(AudioFormat source) {

@@ -18,6 +18,9 @@ public:
                   std::function<void(ServerReply)> completion) override;
   void rewrite(const std::string &text, const ServerEndpoint &endpoint, double timeout,
                std::function<void(ServerReply)> completion) override;
+  std::shared_ptr<TranscriptionSession> openSession(const ServerEndpoint &endpoint,
+                                                    const std::string &language,
+                                                    const std::string &prompt) override;
 };
 
 // A WAV recording in the temporary folder for buffers of the format; nothing when the file

@@ -134,6 +134,7 @@ void WAVRecorder::drainConverter() {
   samples_.clear();
   converter_->finish(samples_);
   write(samples_);
+  if (listener_ && !samples_.empty()) listener_(samples_);
   converter_.reset();
 }
 
@@ -155,6 +156,13 @@ void WAVRecorder::append(const AudioBuffer &buffer) {
   samples_.clear();
   if (!converter_->convert(buffer, samples_)) return;
   write(samples_);
+  // A sample the disk refused still goes to the session: the file is only the fallback.
+  if (listener_ && !samples_.empty()) listener_(samples_);
+}
+
+void WAVRecorder::setListener(std::function<void(std::span<const std::int16_t>)> listener) {
+  std::lock_guard guard(lock_);
+  listener_ = std::move(listener);
 }
 
 std::optional<fs::path> WAVRecorder::finish() {

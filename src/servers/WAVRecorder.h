@@ -8,9 +8,11 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace selvar {
@@ -45,6 +47,9 @@ public:
   // header could not be written. The file is byteCount long; its header announces 44 more.
   std::optional<std::filesystem::path> finish();
   std::int64_t byteCount() const;
+  // Also hands every converted block of samples to the listener, under the recorder's lock on
+  // the capture thread, so the listener must not block.
+  void setListener(std::function<void(std::span<const std::int16_t>)> listener);
 
   // The 44 header bytes for byteCount bytes of PCM data. byteCount + 36 must fit in 32 bits.
   static std::array<std::uint8_t, kHeaderBytes> header(std::int64_t byteCount);
@@ -67,6 +72,7 @@ private:
   bool finished_ = false;
   bool writeFailed_ = false;
   std::vector<std::int16_t> samples_;
+  std::function<void(std::span<const std::int16_t>)> listener_;
   std::vector<std::uint8_t> bytes_;
 };
 

@@ -17,6 +17,30 @@
 
 namespace selvar::testing {
 
+// A session whose end the test answers by hand; counts the samples it was given.
+class ScriptedSession : public TranscriptionSession {
+public:
+  void append(std::span<const std::int16_t> samples) override {
+    std::lock_guard lock(mutex);
+    received += samples.size();
+  }
+  void finish(double timeout, std::function<void(ServerReply)> completion) override {
+    finishTimeout = timeout;
+    reply = std::move(completion);
+  }
+  void cancel() override { cancelled = true; }
+  std::size_t samples() {
+    std::lock_guard lock(mutex);
+    return received;
+  }
+
+  std::mutex mutex;
+  std::size_t received = 0;
+  std::optional<double> finishTimeout;
+  std::function<void(ServerReply)> reply;
+  bool cancelled = false;
+};
+
 // Local servers whose answers the test gives by hand.
 class ScriptedServers : public LocalServerAccess {
 public:
@@ -58,6 +82,13 @@ public:
                std::function<void(ServerReply)> completion) override {
     rewrites.push_back({text, timeout, std::move(completion)});
   }
+  std::shared_ptr<TranscriptionSession> openSession(const ServerEndpoint &,
+                                                    const std::string &language,
+                                                    const std::string &prompt) override {
+    if (!offersSessions) return nullptr;
+    sessionFields.emplace_back(language, prompt);
+    return sessions.emplace_back(std::make_shared<ScriptedSession>());
+  }
 
   std::set<std::string> running;
   bool installed = true;
@@ -65,6 +96,9 @@ public:
   std::vector<std::function<void(bool)>> starts;
   std::vector<Transcription> transcriptions;
   std::vector<Rewrite> rewrites;
+  bool offersSessions = false;
+  std::vector<std::shared_ptr<ScriptedSession>> sessions;
+  std::vector<std::pair<std::string, std::string>> sessionFields;
 };
 
 class RecordingFeedbackWindow : public FeedbackWindow {
@@ -84,6 +118,16 @@ public:
                static_cast<std::streamsize>(mono.size_bytes()));
     samples_ += mono.size();
     firstSamples_.push_back(mono.empty() ? 0 : mono[0]);
+    if (session_) {
+      std::vector<std::int16_t> pcm(mono.size());
+      for (std::size_t i = 0; i < mono.size(); ++i)
+        pcm[i] = static_cast<std::int16_t>(mono[i] * 32767);
+      session_->append(pcm);
+    }
+  }
+  void forwardTo(std::shared_ptr<TranscriptionSession> session) override {
+    std::lock_guard lock(mutex_);
+    session_ = std::move(session);
   }
   std::optional<std::filesystem::path> finish() override {
     std::lock_guard lock(mutex_);
@@ -108,6 +152,7 @@ private:
   mutable std::mutex mutex_;
   std::size_t samples_ = 0;
   std::vector<float> firstSamples_;
+  std::shared_ptr<TranscriptionSession> session_;
 };
 
 inline constexpr float kSpeech = 0.1f;

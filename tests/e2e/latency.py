@@ -57,8 +57,9 @@ def main() -> None:
     inference = total = None
     with open(a.server_log, encoding="utf-8") as lines:
         for line in lines:
-            m = re.search(r"path=/v1/audio/transcriptions status=200 .*inference_seconds=([\d.]+) "
-                          r"total_seconds=([\d.]+)", line)
+            # The whole file, or the end of a session that heard the audio while it was spoken.
+            m = re.search(r"path=(?:/v1/audio/transcriptions|/v1/sessions/\w+/finish) status=200 "
+                          r".*inference_seconds=([\d.]+) total_seconds=([\d.]+)", line)
             if m:
                 inference, total = float(m.group(1)), float(m.group(2))
     if inference is None:

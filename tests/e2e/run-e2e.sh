@@ -78,6 +78,8 @@ start_pulse
 start_text_window
 
 source "$E2E_DIR/scenarios.sh"
+# A benchmark brings its own run_scenarios on the same desktop.
+[ -z "${SELVAR_E2E_EXTRA:-}" ] || source "$SELVAR_E2E_EXTRA"
 if [ "$mode" = --desktop-only ]; then
   start_asr_server "$ASR_TOOLS" "$ASR_PYTHON"
   check_desktop

@@ -50,6 +50,8 @@ public:
 
   void get(const std::string &path, Handler h) { server_.Get(path, wrap(std::move(h))); }
   void post(const std::string &path, Handler h) { server_.Post(path, wrap(std::move(h))); }
+  void put(const std::string &path, Handler h) { server_.Put(path, wrap(std::move(h))); }
+  void del(const std::string &path, Handler h) { server_.Delete(path, wrap(std::move(h))); }
   // Answers every request to path with this status and body.
   void reply(const std::string &path, int status, std::string body,
              std::string type = "application/json") {

@@ -6,6 +6,7 @@
 #include "servers/TestServers.h"
 
 #include <cmath>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <numbers>
 
@@ -212,6 +213,24 @@ TEST_F(WAVRecorderTest, ANewInputFormatMidwayStartsANewConverter) {
   auto url = r->finish();
   ASSERT_TRUE(url);
   EXPECT_NEAR(static_cast<double>(fs::file_size(*url)), 64000.0, 200.0);
+}
+
+// The session hears exactly what the file holds, including the converters' flushed tails
+// across a change of input format.
+TEST_F(WAVRecorderTest, TheListenerGetsEverySampleTheFileGets) {
+  auto r = WAVRecorder::create(48000, 2, &soxr, env.root());
+  ASSERT_TRUE(r);
+  std::vector<std::int16_t> heard;
+  r->setListener(
+      [&](std::span<const std::int16_t> s) { heard.insert(heard.end(), s.begin(), s.end()); });
+  r->append(tone(48000, 48000, 0, {{500, 0.2}}));
+  r->append(tone(44100, 44100, 0, {{500, 0.2}}, 1));
+  auto url = r->finish();
+  ASSERT_TRUE(url);
+  std::string file = testing::readAll(*url);
+  // The header is written over the first 44 bytes of audio.
+  ASSERT_EQ(heard.size() * 2, file.size());
+  EXPECT_EQ(0, std::memcmp(heard.data() + 22, file.data() + 44, file.size() - 44));
 }
 
 } // namespace

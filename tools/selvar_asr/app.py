@@ -20,6 +20,7 @@ from .engine import LOADING, READY, Busy, Engine
 from .errors import ApiError, error_response, response_for
 from .guard import RequestGuard, RequestLog
 from .installer import Installer
+from .sessions import ADVERTISED, IDLE_SECONDS, Sessions
 from .store import valid_id
 
 MAX_UPLOAD_BYTES = 25 * 1024 * 1024
@@ -31,9 +32,13 @@ _LOCALE = re.compile(r"[A-Za-z]{2,3}([-_][A-Za-z0-9]{1,8})*")
 def create_app(engine: Engine, installer: Installer, *, port: int,
                max_upload: int = MAX_UPLOAD_BYTES, request_seconds: float = REQUEST_SECONDS,
                body_idle_seconds: float = 10.0, body_seconds: float = 30.0,
-               logger: log.Logger = log.write) -> ASGIApp:
+               logger: log.Logger = log.write,
+               session_idle_seconds: float = IDLE_SECONDS) -> ASGIApp:
+    sessions = Sessions(engine, logger, idle_seconds=session_idle_seconds)
+    offered = sessions.offered()
+
     async def models(request: Request) -> Response:
-        return _models(engine)
+        return _models(engine, ADVERTISED if offered else None)
 
     # Decoded audio is the largest allocation a request makes: one decode at a time, held by
     # the decoding thread itself so a request that gives up cannot let the next one overlap.
@@ -64,12 +69,14 @@ def create_app(engine: Engine, installer: Installer, *, port: int,
     async def lifespan(app: Starlette):
         engine.start()
         yield
+        sessions.close_all()
         engine.shutdown()
 
     app = Starlette(
         routes=[Route("/v1/models", models, methods=["GET"]),
                 Route("/v1/audio/transcriptions", transcriptions, methods=["POST"]),
-                Route("/v1/install", install, methods=["GET", "POST"])],
+                Route("/v1/install", install, methods=["GET", "POST"]),
+                *(sessions.routes() if offered else [])],
         exception_handlers={ApiError: _api_error, HTTPException: _http_error,
                             ClientDisconnect: departed, Exception: internal_error},
         lifespan=lifespan)
@@ -78,14 +85,17 @@ def create_app(engine: Engine, installer: Installer, *, port: int,
     return RequestLog(guard, logger)
 
 
-def _models(engine: Engine) -> Response:
+def _models(engine: Engine, sessions: dict | None) -> Response:
     served = engine.served
     if served is None:
         message = ("the model is loading" if engine.state == LOADING else engine.problem)
         return error_response(503, message, code="model_not_ready")
-    return JSONResponse({"object": "list", "data": [{
+    body = {"object": "list", "data": [{
         "id": served.model_id, "object": "model", "created": 0, "owned_by": "selvar",
-        "runtime": served.backend.runtime}]})
+        "runtime": served.backend.runtime}]}
+    if sessions:  # transcription while recording: clients that know it stream into one
+        body["sessions"] = sessions
+    return JSONResponse(body)
 
 
 async def _transcribe(request: Request, engine: Engine, decoding: threading.Lock,

@@ -16,6 +16,8 @@ from . import log, store
 # The hosted API's temperature 0 means: start greedy, and fall back to sampling when the
 # decoding looks degenerate.
 FALLBACK_TEMPERATURES = (0.0, 0.2, 0.4, 0.6, 0.8, 1.0)
+# Greedy decoding: beam search gave the same words on dictation and cost a quarter more.
+BEAM_SIZE = 1
 
 
 class Stopped(Exception):
@@ -89,16 +91,24 @@ def available_runtimes() -> set[str]:
 
 def load(model_id: str, folder: Path, runtime: str) -> Backend:
     if runtime == store.CTRANSLATE2:
+        if os.environ.get(OLD_DECODING_ENV):
+            return FasterWhisperBackend(folder, short_window=False, beam_size=5)
         return FasterWhisperBackend(folder)
     if runtime == store.MLX:
         return MlxWhisperBackend(folder)
     raise ValueError(f"no runtime for {model_id}")
 
 
+# Set to any value, the server decodes as it used to, for comparisons: every clip in Whisper's
+# full 30-second window, with beam search.
+OLD_DECODING_ENV = "SELVAR_ASR_OLD_DECODING"
+
+
 class FasterWhisperBackend:
     runtime = store.CTRANSLATE2
 
-    def __init__(self, folder: Path) -> None:
+    def __init__(self, folder: Path, short_window: bool = True,
+                 beam_size: int = BEAM_SIZE) -> None:
         import ctranslate2
 
         self.device = "cpu"
@@ -116,7 +126,34 @@ class FasterWhisperBackend:
         # One 30-second window costs an encode and a decode per fallback temperature, seconds
         # in all; checking before each of those calls stops a job whose client has gone
         # inside its window, not only after it.
-        self._model.model = _Interruptible(self._model.model, lambda: self._stop)
+        runtime = self._model.model
+        self._model.model = _Interruptible(runtime, lambda: self._stop)
+        self.beam_size = beam_size
+        self._short = self._short_window(runtime) if short_window else None
+
+    def _short_window(self, runtime):
+        from .shortwindow import ShortWindow, Unsupported
+
+        try:
+            return ShortWindow(self._model, runtime)
+        except Unsupported as error:
+            log.write(f"short window off, every clip gets the full window: {error}")
+            return None
+
+    def _in_short_window(self, audio: np.ndarray, options: Options,
+                         stop: threading.Event) -> Transcript | None:
+        temperatures = options.temperatures()
+        temperatures = temperatures if isinstance(temperatures, tuple) else (temperatures,)
+        transcript, reason = self._short.transcribe(audio, options.language, options.prompt,
+                                                    temperatures, stop)
+        if transcript is None and reason != "long speech" and options.prompt:
+            # A prompt (the text before a piece of a session) can pull the decoder into
+            # repeating it; the words matter more than the prompt's spelling hints.
+            transcript, reason = self._short.transcribe(audio, options.language, None,
+                                                        temperatures, stop)
+        if transcript is None and reason != "long speech":
+            log.write(f"short window refused the clip, using the full window: {reason}")
+        return transcript
 
     @staticmethod
     def _build(folder: Path, device: str, compute_type: str):
@@ -144,9 +181,13 @@ class FasterWhisperBackend:
 
     def _transcribe(self, audio: np.ndarray, options: Options,
                     stop: threading.Event) -> Transcript:
+        if self._short is not None:
+            transcript = self._in_short_window(audio, options, stop)
+            if transcript is not None:
+                return transcript
         pieces, info = self._model.transcribe(
             audio, language=options.language, initial_prompt=options.prompt,
-            temperature=options.temperatures(), beam_size=5,
+            temperature=options.temperatures(), beam_size=self.beam_size,
             condition_on_previous_text=False,
             # Dictation clips start and end in silence, on which Whisper hallucinates and
             # its temperature fallback spends seconds; the voice filter drops it first.

@@ -48,7 +48,9 @@ def test_loading_answers_503_then_lists_the_warmed_model(serve):
     with running.client() as client:
         assert client.get("/v1/models").json() == {"object": "list", "data": [{
             "id": DEFAULT_MODEL_ID, "object": "model", "created": 0, "owned_by": "selvar",
-            "runtime": "ctranslate2"}]}
+            "runtime": "ctranslate2"}], "sessions": {
+            "path": "/v1/sessions", "version": 1, "sample_rate": 16000, "encoding": "s16le",
+            "max_chunk_bytes": 1048576}}
     assert running.backend.warmed == 1
 
 

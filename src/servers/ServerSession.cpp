@@ -1,0 +1,190 @@
+#include "servers/ServerSession.h"
+
+#include "records/Log.h"
+#include "servers/TranscriptionClient.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+namespace selvar {
+
+namespace {
+
+using Failure = ServerResult<std::string>;
+
+// The server takes at most a megabyte a chunk; catching up after a slow request sends what
+// has piled up in one go, up to this.
+constexpr std::size_t kMaxChunkSamples = 256 * 1024;
+
+std::string littleEndian(std::span<const std::int16_t> samples) {
+  std::string bytes(samples.size() * 2, '\0');
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    auto value = static_cast<std::uint16_t>(samples[i]);
+    bytes[2 * i] = static_cast<char>(value & 0xff);
+    bytes[2 * i + 1] = static_cast<char>(value >> 8);
+  }
+  return bytes;
+}
+
+ServerFailure failureOf(const HttpReply &reply) {
+  if (reply.error) return *reply.error;
+  return ServerError::badResponse(reply.status);
+}
+
+} // namespace
+
+ServerSession::ServerSession(LocalServer::Endpoint endpoint, HttpClient &http)
+    : endpoint_(std::move(endpoint)), http_(http) {}
+
+std::shared_ptr<ServerSession> ServerSession::open(const LocalServer::Endpoint &endpoint,
+                                                   const std::string &language,
+                                                   const std::string &prompt, HttpClient &http) {
+  auto session = std::make_shared<ServerSession>(endpoint, http);
+  auto url = session->url("");
+  HttpRequest request;
+  request.method = "POST";
+  request.url = url.value_or("");
+  request.headers = {{"Content-Type", "application/json"}};
+  nlohmann::json body = nlohmann::json::object();
+  if (!language.empty()) body["language"] = language;
+  if (!prompt.empty()) body["prompt"] = prompt;
+  request.body = body.dump();
+  request.timeoutSeconds = kRequestTimeout;
+  http.send(std::move(request), [session](HttpReply reply) { session->opened(reply); });
+  return session;
+}
+
+std::optional<std::string> ServerSession::url(const std::string &suffix) const {
+  std::string path = kSessionsPath;
+  if (!suffix.empty()) path += "/" + suffix;
+  return endpoint_.url(path);
+}
+
+bool ServerSession::unsupported() const {
+  std::lock_guard lock(mutex_);
+  return unsupported_;
+}
+
+void ServerSession::opened(const HttpReply &reply) {
+  std::unique_lock lock(mutex_);
+  std::optional<std::string> id;
+  if (reply.isSuccess()) {
+    auto json = nlohmann::json::parse(reply.body, nullptr, false);
+    if (json.is_object() && json.contains("id") && json["id"].is_string())
+      id = json["id"].get<std::string>();
+  }
+  if (cancelled_) {
+    lock.unlock();
+    if (id) deleteOnServer(*id);
+    return;
+  }
+  if (!id) {
+    unsupported_ = reply.status == 404 || reply.status == 405;
+    if (!unsupported_)
+      Log::write("server session could not be opened: " + describe(failureOf(reply)));
+    fail(lock, reply.isSuccess() ? ServerError::badResponse(reply.status) : failureOf(reply));
+    return;
+  }
+  id_ = id;
+  pump(lock);
+}
+
+void ServerSession::append(std::span<const std::int16_t> samples) {
+  std::unique_lock lock(mutex_);
+  if (failure_ || cancelled_ || ending_) return;
+  buffered_.insert(buffered_.end(), samples.begin(), samples.end());
+  pump(lock);
+}
+
+void ServerSession::finish(double timeoutSeconds, Completion completion) {
+  std::unique_lock lock(mutex_);
+  if (cancelled_) return;
+  ending_ = true;
+  finishTimeout_ = timeoutSeconds;
+  completion_ = std::move(completion);
+  if (failure_) {
+    auto done = std::exchange(completion_, nullptr);
+    auto failure = *failure_;
+    lock.unlock();
+    done(Failure::failure(failure));
+    return;
+  }
+  pump(lock);
+}
+
+void ServerSession::cancel() {
+  std::unique_lock lock(mutex_);
+  if (cancelled_) return;
+  cancelled_ = true;
+  completion_ = nullptr;
+  auto id = id_;
+  lock.unlock();
+  if (id) deleteOnServer(*id);
+}
+
+// Sends the next request when none is under way; releases the lock when it sends.
+void ServerSession::pump(std::unique_lock<std::mutex> &lock) {
+  if (!id_ || sending_ || failure_ || cancelled_) return;
+  if (buffered_.size() >= kChunkSamples || (ending_ && !buffered_.empty()))
+    return sendChunk(lock, std::min(buffered_.size(), kMaxChunkSamples));
+  if (ending_) sendFinish(lock);
+}
+
+void ServerSession::sendChunk(std::unique_lock<std::mutex> &lock, std::size_t samples) {
+  HttpRequest request;
+  request.method = "PUT";
+  request.url = url(fmt::format("{}/audio/{}", *id_, nextChunk_)).value_or("");
+  request.headers = {{"Content-Type", "application/octet-stream"}};
+  request.body = littleEndian({buffered_.data(), samples});
+  request.timeoutSeconds = kRequestTimeout;
+  buffered_.erase(buffered_.begin(), buffered_.begin() + static_cast<std::ptrdiff_t>(samples));
+  ++nextChunk_;
+  sending_ = true;
+  lock.unlock();
+  http_.send(std::move(request), [self = shared_from_this()](HttpReply reply) {
+    std::unique_lock relock(self->mutex_);
+    self->sending_ = false;
+    if (!reply.isSuccess()) return self->fail(relock, failureOf(reply));
+    self->pump(relock);
+  });
+}
+
+void ServerSession::sendFinish(std::unique_lock<std::mutex> &lock) {
+  HttpRequest request;
+  request.method = "POST";
+  request.url = url(*id_ + "/finish").value_or("");
+  request.timeoutSeconds = finishTimeout_;
+  sending_ = true;
+  lock.unlock();
+  http_.send(std::move(request), [self = shared_from_this()](HttpReply reply) {
+    std::unique_lock relock(self->mutex_);
+    self->sending_ = false;
+    if (!reply.isSuccess()) return self->fail(relock, failureOf(reply));
+    self->id_.reset(); // the server ended the session with its answer
+    auto done = std::exchange(self->completion_, nullptr);
+    relock.unlock();
+    if (done) done(TranscriptionClient::parseReply(reply.body, reply.status));
+  });
+}
+
+void ServerSession::fail(std::unique_lock<std::mutex> &lock, ServerFailure failure) {
+  if (failure_) return;
+  failure_ = failure;
+  auto id = std::exchange(id_, std::nullopt);
+  auto done = ending_ ? std::exchange(completion_, nullptr) : nullptr;
+  lock.unlock();
+  // The server would otherwise go on transcribing pieces nobody will read.
+  if (id) deleteOnServer(*id);
+  if (done) done(Failure::failure(failure));
+}
+
+void ServerSession::deleteOnServer(const std::string &id) {
+  HttpRequest request;
+  request.method = "DELETE";
+  request.url = url(id).value_or("");
+  request.timeoutSeconds = kRequestTimeout;
+  http_.send(std::move(request), [](HttpReply) {});
+}
+
+} // namespace selvar
