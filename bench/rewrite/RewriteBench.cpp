@@ -81,7 +81,10 @@ Outcome rewriteOnce(const LocalServer::Endpoint &endpoint, const std::string &te
   }
   auto verdict = RewriteScreen::screen(*content, text);
   out.verdict = verdict.accepted() ? "accepted" : verdict.rejection;
-  std::printf("    reply: %s\n", content->c_str());
+  // Both measures for every reply, so the overlap threshold can be checked against them.
+  std::string cleaned = RewriteScreen::clean(RewriteScreen::stripThinking(*content));
+  std::printf("    reply: %s\n    overlap %.2f, ratio %.2f\n", content->c_str(),
+              RewriteScreen::wordOverlap(cleaned, text), RewriteScreen::lengthRatio(cleaned, text));
   return out;
 }
 
@@ -114,13 +117,10 @@ int run(int argc, char **argv) {
     std::printf("%s\n", text.c_str());
     Outcome o = rewriteOnce(*choice.endpoint, text);
     std::printf("    %.0f ms, %s\n", o.seconds * 1000, o.verdict.c_str());
-    if (!o.answered) {
-      ++verdicts[reasonKind(o.verdict)];
-      continue;
-    }
+    ++verdicts[reasonKind(o.verdict)];
+    if (!o.answered) continue;
     latencies.push_back(o.seconds);
     if (o.seconds <= budget) ++met;
-    ++verdicts[reasonKind(o.verdict)];
   }
   int n = static_cast<int>(std::size(kSentences));
   std::printf("\nsentences: %d, answered: %zu\n", n, latencies.size());

@@ -11,21 +11,22 @@
 
 namespace selvar::RewriteScreen {
 
-// Share of the reply's words that the dictation also has. Measured on real rewrites of
-// dictated sentences the honest ones stay at 0.75 and above, while answers and preambles
-// fall below 0.6.
-inline constexpr double kMinimumWordOverlap = 0.6;
+// Share of the reply's words that the dictation also has. Over 24 dictated sentences sent to
+// SmolLM2-135M-Instruct, the honest rewrites scored 0.86 and above and the answers and
+// preambles at most 0.58; the threshold sits between the two.
+inline constexpr double kMinimumWordOverlap = 0.7;
 
 // Openings of a reply that talks to the user instead of returning the text, lower case. A
 // dictation that itself opens the same way is not held against the reply.
-inline constexpr std::array<std::string_view, 27> kChatterOpenings{
-    "here's",          "here is",     "here are",       "sure",
-    "certainly",       "of course",   "absolutely",     "okay, here",
-    "ok, here",        "i'm sorry",   "i am sorry",     "sorry",
-    "i apologize",     "as an ai",    "as a language",  "as a text-based",
-    "as an assistant", "i can't",     "i cannot",       "i can not",
-    "i'm unable",      "i am unable", "i'd be happy",   "i would be happy",
-    "the corrected",   "the revised", "revised version"};
+inline constexpr std::array<std::string_view, 29> kChatterOpenings{
+    "here's",         "here is",          "here are",        "sure",
+    "certainly",      "of course",        "absolutely",      "okay, here",
+    "ok, here",       "i'm sorry",        "i am sorry",      "sorry",
+    "i apologize",    "i'm glad",         "i am glad",       "as an ai",
+    "as a language",  "as a text-based",  "as an assistant", "i can't",
+    "i cannot",       "i can not",        "i'm unable",      "i am unable",
+    "i'd be happy",   "i would be happy", "the corrected",   "the revised",
+    "revised version"};
 
 struct Verdict {
   std::string text;      // the cleaned reply, to insert when accepted
