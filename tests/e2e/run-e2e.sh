@@ -20,7 +20,8 @@ BUILD=${SELVAR_BUILD_DIR:-$ROOT/build}
 artifacts=${SELVAR_E2E_ARTIFACTS:-$BUILD/e2e-artifacts}
 ASR_PYTHON=${SELVAR_ASR_PYTHON:-$HOME/.local/share/selvar/asr/bin/python}
 ASR_TOOLS=${SELVAR_ASR_TOOLS:-$ROOT/tools}
-REWRITE_TOOLS=$ROOT/tools
+export SELVAR_REWRITE_TOOLS=${SELVAR_REWRITE_TOOLS:-$ROOT/tools}
+REWRITE_TOOLS=$SELVAR_REWRITE_TOOLS
 export SELVAR_REWRITE_HOME=${SELVAR_REWRITE_HOME:-$HOME/.local/share/selvar/rewrite}
 mode=${1:-full}
 
