@@ -4,9 +4,10 @@
 #
 #   tools/rewrite-server.sh [--port N]
 #
-# One thread for prompt and generation: with a 135M model the work per token is small, and a
-# second thread on a two-core machine fights the dictation itself (and the transcription
-# server) for the cores; measured, it made prompts slower and once hung a request.
+# One thread for prompt and generation. llama.cpp's threads wait for each other at every step,
+# so on a busy two-core machine (the dictation and the transcription server run beside it) a
+# second thread that is not scheduled stalls the first: measured over 24 dictated sentences on
+# such a machine, two threads left 2 requests hanging past 30 s, one thread none.
 # SELVAR_REWRITE_THREADS overrides it on bigger machines.
 set -euo pipefail
 
