@@ -29,11 +29,11 @@ done
 rewrite_home=${SELVAR_REWRITE_HOME:-$HOME/.local/share/selvar/rewrite}
 venv_python="$rewrite_home/bin/python"
 
-python_ok() { "$1" -c 'import sys; sys.exit(sys.version_info < (3, 9))' 2>/dev/null; }
+python_ok() { "$1" -c 'import sys; sys.exit(sys.version_info < (3, 11))' 2>/dev/null; }
 
 find_python() {
   local candidate
-  for candidate in ${SELVAR_PYTHON:-} python3.13 python3.12 python3.11 python3.10 python3; do
+  for candidate in ${SELVAR_PYTHON:-} python3.13 python3.12 python3.11 python3; do
     if command -v "$candidate" >/dev/null && python_ok "$candidate"; then
       command -v "$candidate"
       return 0
@@ -44,7 +44,7 @@ find_python() {
 
 make_venv() {
   local python
-  python=$(find_python) || die "Python 3.9 or newer is needed (Debian/Ubuntu: apt-get install \
+  python=$(find_python) || die "Python 3.11 or newer is needed (Debian/Ubuntu: apt-get install \
 python3 python3-venv), or point SELVAR_PYTHON at one"
   say "creating the environment with $python ($("$python" --version 2>&1))"
   "$python" -m venv "$rewrite_home" ||
@@ -142,7 +142,7 @@ PY
 
 started=$(date +%s)
 mkdir -p "$rewrite_home"
-if ! "$venv_python" -c 'import sys, pip; sys.exit(sys.version_info < (3, 9))' 2>/dev/null; then
+if ! "$venv_python" -c 'import sys, pip; sys.exit(sys.version_info < (3, 11))' 2>/dev/null; then
   make_venv
 fi
 install_runtime
