@@ -92,8 +92,11 @@ scripts/install-deps.sh installs them)"
     say "compiled in $(($(date +%s) - started))s"
   fi
   say "installing the runtime"
-  "$venv_python" -m pip install --disable-pip-version-check --no-input --quiet \
-    --find-links "$wheels" -r "$requirements/rewrite.txt" ||
+  # Forced, so that a runtime built earlier with other flags is replaced.
+  "$venv_python" -m pip install --disable-pip-version-check --no-input --quiet --no-deps \
+    --force-reinstall "$wheels"/llama_cpp_python-"${pin#*==}"-*.whl &&
+    "$venv_python" -m pip install --disable-pip-version-check --no-input --quiet \
+      --find-links "$wheels" -r "$requirements/rewrite.txt" ||
     die "pip could not install the runtime (is the Python package index reachable?)"
   echo "$digest" >"$stamp"
 }
