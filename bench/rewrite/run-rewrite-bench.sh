@@ -16,7 +16,7 @@ fi
 log=$(mktemp)
 "$root/tools/rewrite-server.sh" --port 8021 >"$log" 2>&1 &
 server=$!
-trap 'kill $server 2>/dev/null; wait $server 2>/dev/null; rm -f "$log"' EXIT
+trap 'kill $server 2>/dev/null; wait $server 2>/dev/null || true; rm -f "$log"' EXIT
 for _ in $(seq 600); do
   python3 -c 'import urllib.request; urllib.request.urlopen("http://127.0.0.1:8021/v1/models", timeout=2)' \
     2>/dev/null && break
