@@ -3,11 +3,15 @@
 # builds, prepares the local transcription server with its embedded model, starts the server,
 # then starts Selvar in the tray. Without a display it runs the headless demo instead: a
 # sentence spoken by espeak-ng, transcribed by the local server, cleaned up and printed.
+# SELVAR_WITH_REWRITE=1 also sets up and starts the optional local rewrite server (a long
+# first build), which is otherwise left out.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 bash scripts/install-deps.sh
 bash tools/setup-asr.sh
+with_rewrite=${SELVAR_WITH_REWRITE:-0}
+[ "$with_rewrite" != 1 ] || bash tools/setup-rewrite.sh
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSELVAR_BUILD_TESTS=OFF \
   -DSELVAR_BUILD_BENCH=OFF >/dev/null
 cmake --build build -j "$(nproc)"
@@ -46,7 +50,19 @@ if ! answers; then
   (cd tools && exec "$asr_python" asr-server.py --port 8020) >>"$log_dir/asr-server-run.log" 2>&1 &
   server_pid=$!
 fi
-stop_server() { [ -z "$server_pid" ] || kill "$server_pid" 2>/dev/null || true; }
+rewrite_pid=
+rewrite_answers() { "$python" -c 'import urllib.request; urllib.request.urlopen("http://127.0.0.1:8021/v1/models", timeout=2)' 2>/dev/null; }
+if [ "$with_rewrite" = 1 ] && ! rewrite_answers; then
+  log_dir=${XDG_STATE_HOME:-$HOME/.local/state}/selvar
+  mkdir -p "$log_dir"
+  echo "run: starting the rewrite server (log: $log_dir/rewrite-server-run.log)"
+  tools/rewrite-server.sh >>"$log_dir/rewrite-server-run.log" 2>&1 &
+  rewrite_pid=$!
+fi
+stop_server() {
+  [ -z "$server_pid" ] || kill "$server_pid" 2>/dev/null || true
+  [ -z "$rewrite_pid" ] || kill "$rewrite_pid" 2>/dev/null || true
+}
 trap stop_server EXIT INT TERM
 
 echo "run: starting Selvar in the tray: tap Right Alt, speak, tap it again (Settings changes the key)."

@@ -4,6 +4,7 @@
 #include "app/IconSet.h"
 #include "app/LoginItem.h"
 #include "app/Prefs.h"
+#include "app/RewriteServerChoice.h"
 #include "app/Updater.h"
 #include "feedback/FeedbackSubmitter.h"
 #include "feedback/FeedbackWindowController.h"
@@ -185,9 +186,15 @@ std::optional<std::string> LiveSubsystems::writeIconSet(const std::string &folde
 }
 
 void LiveSubsystems::rewriteTest(const std::string &text, OutcomeHandler done) {
+  auto endpoint = configuredRewriteEndpoint();
+  if (!endpoint) return done({false, "no usable rewrite server address in the settings"});
+  // A screened-out reply still reports ok with the text it hands back (the input), after the
+  // client's log lines that say why.
   RewriteClient::rewrite(
-      text, LocalServer::rewriteEndpoint(), kRewriteTestTimeout,
-      [done = onMain(std::move(done))](ServerResult<std::string> r) { done(outcomeOf(r)); });
+      text, *endpoint, kRewriteTestTimeout,
+      [done = onMain(std::move(done))](ServerResult<RewriteClient::Rewrite> r) {
+        done(r.ok() ? TestOutcome{true, r.value().text} : TestOutcome{false, describe(r.error())});
+      });
 }
 
 void LiveSubsystems::transcribeFile(const std::string &path, OutcomeHandler done) {

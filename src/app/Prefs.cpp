@@ -194,6 +194,15 @@ bool dictationEngineChosen() {
 std::string rewriteEngine() {
   return store().stringValue(PrefKey::rewriteEngine).value_or("rules-only");
 }
+std::string rewriteBaseURL() {
+  return store().stringValue(PrefKey::rewriteBaseURL).value_or("");
+}
+std::string rewriteModel() {
+  return store().stringValue(PrefKey::rewriteModel).value_or("");
+}
+bool rewriteAllowRemote() {
+  return readBool(PrefKey::rewriteAllowRemote, false);
+}
 std::optional<std::string> recognitionLanguage() {
   return store().stringValue(PrefKey::recognitionLanguage);
 }

@@ -109,6 +109,9 @@ inline constexpr const char *hudOrigin = "hudOrigin";
 inline constexpr const char *dictationEngine = "dictationEngine";
 inline constexpr const char *dictationEngineChosen = "dictationEngineChosen";
 inline constexpr const char *rewriteEngine = "rewriteEngine";
+inline constexpr const char *rewriteBaseURL = "rewriteBaseURL";
+inline constexpr const char *rewriteModel = "rewriteModel";
+inline constexpr const char *rewriteAllowRemote = "rewriteAllowRemote";
 inline constexpr const char *recognitionLanguage = "recognitionLanguage";
 inline constexpr const char *settingsExpanded = "settingsExpanded";
 inline constexpr const char *trigger = "trigger";
@@ -144,6 +147,11 @@ std::optional<Point> hudOrigin();
 std::string dictationEngine();
 bool dictationEngineChosen();
 std::string rewriteEngine();
+// The rewrite server's address and model id; empty means the built-in 127.0.0.1:8021 and
+// model. A server on another machine is used only while rewriteAllowRemote is on.
+std::string rewriteBaseURL();
+std::string rewriteModel();
+bool rewriteAllowRemote();
 std::optional<std::string> recognitionLanguage();
 bool settingsExpanded();
 

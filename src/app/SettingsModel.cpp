@@ -22,9 +22,13 @@ namespace selvar {
 namespace {
 
 const std::set<std::string, std::less<>> kPlainToggles{
-    PrefKey::restoreClipboard,  PrefKey::stripFillers,   PrefKey::autoCapitalize,
-    PrefKey::spokenPunctuation, PrefKey::trailingPeriod, PrefKey::swallowEscapeWhileDictating,
-    PrefKey::settingsExpanded};
+    PrefKey::restoreClipboard,  PrefKey::stripFillers,      PrefKey::autoCapitalize,
+    PrefKey::spokenPunctuation, PrefKey::trailingPeriod,    PrefKey::swallowEscapeWhileDictating,
+    PrefKey::settingsExpanded,  PrefKey::rewriteAllowRemote};
+
+// Free text, stored trimmed; an empty field removes the key so its default applies.
+const std::set<std::string, std::less<>> kTextKeys{PrefKey::recognitionLanguage,
+                                                   PrefKey::rewriteBaseURL, PrefKey::rewriteModel};
 
 const std::set<std::string, std::less<>> kBindingKeys{
     PrefKey::customTriggerKey, PrefKey::customFeedbackKey, PrefKey::customPasteKey};
@@ -133,12 +137,12 @@ void SettingsModel::setNumber(const std::string &key, std::int64_t value) {
 }
 
 void SettingsModel::setText(const std::string &key, const std::string &text) {
-  if (key != PrefKey::recognitionLanguage) return;
+  if (!kTextKeys.contains(key)) return;
   std::string trimmed = trimWhitespace(text);
   if (trimmed.empty())
-    services().settings->remove(PrefKey::recognitionLanguage);
+    services().settings->remove(key);
   else
-    Prefs::setString(PrefKey::recognitionLanguage, trimmed);
+    Prefs::setString(key.c_str(), trimmed);
 }
 
 void SettingsModel::setBinding(const std::string &key, const std::optional<KeyBinding> &binding) {

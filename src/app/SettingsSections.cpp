@@ -9,6 +9,7 @@
 #include "platform/PlatformCapabilities.h"
 #include "platform/Services.h"
 #include "platform/SettingsStore.h"
+#include "servers/RewriteEndpoint.h"
 
 namespace selvar {
 
@@ -180,20 +181,53 @@ SettingsSection appearance() {
            pillOutlineControl()}};
 }
 
+SettingControl textField(const char *key, std::string value, std::string title, std::string help) {
+  SettingControl c;
+  c.key = key;
+  c.kind = Kind::text;
+  c.title = std::move(title);
+  c.help = std::move(help);
+  c.text = std::move(value);
+  return c;
+}
+
+// Where the rewrite stage sends text, and the warning that goes with a server elsewhere.
+SettingControl rewriteServerControl() {
+  std::string startCommand = platformCapabilities().rewriteStartCommand;
+  if (startCommand.empty()) startCommand = LocalServer::rewriteEndpoint().startCommand;
+  SettingControl c = textField(
+      PrefKey::rewriteBaseURL, Prefs::rewriteBaseURL(), "Rewrite server",
+      std::string("Any chat-completions server, e.g. http://127.0.0.1:11434 for Ollama; empty "
+                  "uses ") +
+          RewriteEndpoint::kDefaultBaseURL + ". Start one here with: " + startCommand);
+  std::string wanted = Prefs::rewriteBaseURL();
+  if (wanted.empty()) return c;
+  auto url = RewriteEndpoint::parseBaseURL(wanted);
+  if (!url)
+    c.warning = "Not a server address such as http://127.0.0.1:8021; the rewrite stage is off.";
+  else if (!RewriteEndpoint::isLoopbackHost(url->host))
+    c.warning = Prefs::rewriteAllowRemote()
+                    ? "Dictated text leaves this machine for " + url->host + "."
+                    : url->host + " is another machine: allow that below, or nothing is sent.";
+  return c;
+}
+
 SettingsSection advanced() {
-  SettingControl language;
-  language.key = PrefKey::recognitionLanguage;
-  language.kind = Kind::text;
-  language.title = "Recognition language";
-  language.help = "A locale such as en-US; empty follows the system.";
-  language.text = Prefs::recognitionLanguage().value_or("");
   return {"Advanced",
           true,
           {stepper(PrefKey::rewriteBudgetMS, Prefs::rewriteBudgetMS(), "Rewrite budget", 100, 5000,
                    100, "ms", "Longer rewrites are dropped and the rules result is used."),
+           rewriteServerControl(),
+           textField(PrefKey::rewriteModel, Prefs::rewriteModel(), "Rewrite model",
+                     std::string("The model id the server knows; empty sends ") +
+                         LocalServer::rewriteEndpoint().model + "."),
+           toggle(PrefKey::rewriteAllowRemote, Prefs::rewriteAllowRemote(),
+                  "Allow a rewrite server on another machine",
+                  "Dictated text then leaves this machine."),
            stepper(PrefKey::historyRetentionDays, Prefs::historyRetentionDays(),
                    "Keep history and diagnostics", 0, 3650, 1, "days", "0 keeps everything."),
-           language}};
+           textField(PrefKey::recognitionLanguage, Prefs::recognitionLanguage().value_or(""),
+                     "Recognition language", "A locale such as en-US; empty follows the system.")}};
 }
 
 } // namespace

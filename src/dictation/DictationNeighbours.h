@@ -30,6 +30,8 @@ struct ServerEndpoint {
 struct ServerReply {
   std::string text;
   std::optional<DictationError> error;
+  // A rewrite whose reply was screened out: text is the input, handed back unchanged.
+  bool rejected = false;
 };
 
 // Transcription while recording: the 16 kHz samples of one utterance reach the server as they
@@ -54,6 +56,10 @@ public:
   virtual std::optional<ServerEndpoint> endpoint(const std::string &engineId) = 0;
   // May block for a probe when no answer younger than maxAge seconds is known.
   virtual bool isRunning(const std::string &engineId, double maxAge) = 0;
+  // The same answer without blocking; the completion may run on any thread, the caller's
+  // included.
+  virtual void checkRunning(const std::string &engineId, double maxAge,
+                            std::function<void(bool running)> completion) = 0;
   virtual bool isServerInstalled() = 0;
   virtual void start(double timeout, const std::string &model,
                      std::function<void(bool started)> completion) = 0;

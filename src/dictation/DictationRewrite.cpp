@@ -30,16 +30,51 @@ struct RewriteRace {
   }
 };
 
+void insertReply(const std::string &text, const std::optional<ServerReply> &reply,
+                 const std::optional<RunningApp> &app, const std::optional<FocusAnchor> &anchor) {
+  if (!reply) {
+    Log::write("rewrite missed its budget; inserting the cleaned text");
+    TextInserter::insert(text, app, anchor);
+  } else if (reply->error) {
+    Log::write("rewrite failed: " + reply->error->description);
+    TextInserter::insert(text, app, anchor);
+  } else if (reply->rejected) {
+    Log::write("rewrite not used; inserting the cleaned text");
+    TextInserter::insert(text, app, anchor);
+  } else {
+    Log::write("rewrite applied " + std::to_string(graphemeCount(reply->text)) + " chars");
+    TextInserter::insert(reply->text, app, anchor);
+  }
+}
+
 } // namespace
 
+// The probe that decides whether to ask the model at all may wait up to 0.8 s, so it runs off
+// the main thread and the stage continues on the main queue with its answer.
 void DictationController::insert(const std::string &text, const std::optional<RunningApp> &app,
                                  const std::optional<FocusAnchor> &anchor) {
   auto engineId = Prefs::rewriteEngine();
   auto endpoint = neighbours_.servers->endpoint(engineId);
-  if (!endpoint || !neighbours_.servers->isRunning(engineId, kProbeMaxAge)) {
+  if (!endpoint) {
     TextInserter::insert(text, app, anchor);
     return;
   }
+  neighbours_.servers->checkRunning(engineId, kProbeMaxAge,
+                                    [this, endpoint = *endpoint, text, app, anchor, q = &queue(),
+                                     life = std::weak_ptr<int>(lifetime_)](bool running) {
+                                      q->async([this, endpoint, text, app, anchor, life, running] {
+                                        if (life.expired()) return;
+                                        if (running)
+                                          rewriteThenInsert(endpoint, text, app, anchor);
+                                        else
+                                          TextInserter::insert(text, app, anchor);
+                                      });
+                                    });
+}
+
+void DictationController::rewriteThenInsert(const ServerEndpoint &endpoint, const std::string &text,
+                                            const std::optional<RunningApp> &app,
+                                            const std::optional<FocusAnchor> &anchor) {
   double budget = std::max(static_cast<double>(Prefs::rewriteBudgetMS()) / 1000, kMinimumBudget);
   auto race = std::make_shared<RewriteRace>();
   auto finish = [race, text, app, anchor, q = &queue(),
@@ -47,19 +82,10 @@ void DictationController::insert(const std::string &text, const std::optional<Ru
     if (!race->claim()) return;
     q->async([text, app, anchor, life, reply = std::move(reply)] {
       if (life.expired()) return;
-      if (!reply) {
-        Log::write("rewrite missed its budget; inserting the cleaned text");
-        TextInserter::insert(text, app, anchor);
-      } else if (reply->error) {
-        Log::write("rewrite failed: " + reply->error->description);
-        TextInserter::insert(text, app, anchor);
-      } else {
-        Log::write("rewrite applied " + std::to_string(graphemeCount(reply->text)) + " chars");
-        TextInserter::insert(reply->text, app, anchor);
-      }
+      insertReply(text, reply, app, anchor);
     });
   };
-  neighbours_.servers->rewrite(text, *endpoint, budget + kRequestSlack,
+  neighbours_.servers->rewrite(text, endpoint, budget + kRequestSlack,
                                [finish](ServerReply reply) { finish(std::move(reply)); });
   queue().asyncAfter(budget, [finish] { finish(std::nullopt); });
 }

@@ -1,5 +1,6 @@
 #include "dictation/LocalServerBridge.h"
 
+#include "app/RewriteServerChoice.h"
 #include "servers/LocalServer.h"
 #include "servers/RewriteClient.h"
 #include "servers/ServerSession.h"
@@ -47,8 +48,14 @@ ServerReply toReply(const ServerResult<std::string> &result) {
   return {"", toDictationError(result.error())};
 }
 
+// The rewrite server is wherever the preferences point; the others are built in.
+std::optional<LocalServer::Endpoint> endpointFor(const std::string &id) {
+  if (id == LocalServer::kRewriteID) return configuredRewriteEndpoint();
+  return LocalServer::endpoint(id);
+}
+
 std::optional<LocalServer::Endpoint> serverEndpoint(const ServerEndpoint &endpoint) {
-  auto found = LocalServer::endpoint(endpoint.id);
+  auto found = endpointFor(endpoint.id);
   if (found) found->model = endpoint.model;
   return found;
 }
@@ -98,13 +105,21 @@ private:
 } // namespace
 
 std::optional<ServerEndpoint> LocalServerBridge::endpoint(const std::string &engineId) {
-  auto found = LocalServer::endpoint(engineId);
+  auto found = endpointFor(engineId);
   if (!found) return std::nullopt;
   return ServerEndpoint{found->id, found->port, found->model};
 }
 
 bool LocalServerBridge::isRunning(const std::string &engineId, double maxAge) {
-  return LocalServer::isRunning(engineId, maxAge);
+  auto found = endpointFor(engineId);
+  return found && LocalServer::isRunning(*found, maxAge);
+}
+
+void LocalServerBridge::checkRunning(const std::string &engineId, double maxAge,
+                                     std::function<void(bool)> completion) {
+  auto found = endpointFor(engineId);
+  if (!found) return completion(false);
+  LocalServer::checkRunning(*found, maxAge, std::move(completion));
 }
 
 bool LocalServerBridge::isServerInstalled() {
@@ -144,10 +159,12 @@ void LocalServerBridge::rewrite(const std::string &text, const ServerEndpoint &e
     completion({"", toDictationError(ServerError::notRunning())});
     return;
   }
-  RewriteClient::rewrite(text, *target, timeout,
-                         [completion = std::move(completion)](ServerResult<std::string> result) {
-                           completion(toReply(result));
-                         });
+  RewriteClient::rewrite(
+      text, *target, timeout,
+      [completion = std::move(completion)](ServerResult<RewriteClient::Rewrite> result) {
+        if (!result) return completion({"", toDictationError(result.error())});
+        completion({result.value().text, std::nullopt, result.value().rejected});
+      });
 }
 
 std::shared_ptr<TranscriptionSession> LocalServerBridge::openSession(const ServerEndpoint &endpoint,

@@ -10,6 +10,8 @@ class LocalServerBridge : public LocalServerAccess {
 public:
   std::optional<ServerEndpoint> endpoint(const std::string &engineId) override;
   bool isRunning(const std::string &engineId, double maxAge) override;
+  void checkRunning(const std::string &engineId, double maxAge,
+                    std::function<void(bool)> completion) override;
   bool isServerInstalled() override;
   void start(double timeout, const std::string &model,
              std::function<void(bool)> completion) override;

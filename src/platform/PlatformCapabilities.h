@@ -18,6 +18,8 @@ struct PlatformCapabilities {
   // Keys are named as on a PC keyboard (Alt, Super, Ctrl, "Ctrl+Alt+V") instead of with the
   // Mac's names and symbols (Option, Command, "⌃⌥V").
   bool pcKeyNames = false;
+  // How to start a local rewrite server by hand here; empty: the built-in endpoint's command.
+  std::string rewriteStartCommand;
 };
 
 const PlatformCapabilities &platformCapabilities();

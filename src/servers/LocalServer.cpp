@@ -40,18 +40,48 @@ std::map<std::string, ProbeEntry, std::less<>> &cache() {
   static std::map<std::string, ProbeEntry, std::less<>> c;
   return c;
 }
-
-void remember(const std::string &id, bool up) {
-  std::lock_guard lock(cacheMutex());
-  cache()[id] = {up, monotonicNow()};
+// When each server last answered anything, by cache key.
+std::map<std::string, double, std::less<>> &answered() {
+  static std::map<std::string, double, std::less<>> a;
+  return a;
 }
 
-std::optional<bool> cached(std::string_view id, double maxAge) {
+// One entry per id and address, so pointing the rewrite stage elsewhere does not reuse the
+// old server's answer.
+std::string cacheKey(const Endpoint &endpoint) {
+  return endpoint.id + " " + endpoint.url("").value_or("");
+}
+
+void remember(const std::string &key, bool up) {
+  std::lock_guard lock(cacheMutex());
+  cache()[key] = {up, monotonicNow()};
+  if (up) answered()[key] = monotonicNow();
+}
+
+void forget(const std::string &key) {
+  std::lock_guard lock(cacheMutex());
+  cache().erase(key);
+}
+
+std::optional<bool> cached(std::string_view key, double maxAge) {
   if (maxAge <= 0) return std::nullopt;
   std::lock_guard lock(cacheMutex());
-  auto it = cache().find(id);
+  auto it = cache().find(key);
   if (it == cache().end() || monotonicNow() - it->second.checked >= maxAge) return std::nullopt;
   return it->second.up;
+}
+
+// Caches up and down; a busy server is left uncached and counts as running.
+bool settle(const Endpoint &endpoint, Availability availability) {
+  std::string key = cacheKey(endpoint);
+  if (availability == Availability::busy) {
+    forget(key);
+    Log::write(endpoint.id + " is busy: its probe timed out soon after it answered; not "
+                             "marking it down");
+    return true;
+  }
+  remember(key, availability == Availability::up);
+  return availability == Availability::up;
 }
 
 std::optional<HttpRequest> probeRequest(const Endpoint &endpoint) {
@@ -76,6 +106,7 @@ Launched &launched() {
 } // namespace
 
 std::optional<std::string> Endpoint::url(std::string_view path) const {
+  if (!baseURL.empty()) return baseURL + std::string(path);
   if (port < 1 || port > 65535) return std::nullopt;
   return fmt::format("http://127.0.0.1:{}{}", port, path);
 }
@@ -116,21 +147,49 @@ void probeAsync(const Endpoint &endpoint, std::function<void(bool)> completion) 
       [completion = std::move(completion)](HttpReply reply) { completion(reply.isSuccess()); });
 }
 
+void noteAnswered(const Endpoint &endpoint) {
+  std::lock_guard lock(cacheMutex());
+  answered()[cacheKey(endpoint)] = monotonicNow();
+}
+
+Availability classify(const Endpoint &endpoint, const HttpReply &reply) {
+  if (reply.isSuccess()) return Availability::up;
+  if (!reply.error || reply.error->kind != TransportError::Kind::timedOut)
+    return Availability::down;
+  std::lock_guard lock(cacheMutex());
+  auto it = answered().find(cacheKey(endpoint));
+  bool recent = it != answered().end() && monotonicNow() - it->second < kBusyWindow;
+  return recent ? Availability::busy : Availability::down;
+}
+
 bool isRunning(std::string_view id, double maxAge) {
   auto e = endpoint(id);
   return e && isRunning(*e, maxAge);
 }
 
 bool isRunning(const Endpoint &endpoint, double maxAge) {
-  if (auto known = cached(endpoint.id, maxAge)) return *known;
-  bool up = probe(endpoint); // outside the lock: the wait can take 0.8 s
-  remember(endpoint.id, up);
-  return up;
+  if (auto known = cached(cacheKey(endpoint), maxAge)) return *known;
+  auto request = probeRequest(endpoint);
+  if (!request) return false;
+  // Outside the lock: the wait can take 0.8 s.
+  HttpReply reply = HttpClient::shared().sendAndWait(std::move(*request), kProbeWait);
+  return settle(endpoint, classify(endpoint, reply));
+}
+
+void checkRunning(const Endpoint &endpoint, double maxAge, std::function<void(bool)> completion) {
+  if (auto known = cached(cacheKey(endpoint), maxAge)) return completion(*known);
+  auto request = probeRequest(endpoint);
+  if (!request) return completion(false);
+  HttpClient::shared().send(std::move(*request),
+                            [endpoint, completion = std::move(completion)](HttpReply reply) {
+                              completion(settle(endpoint, classify(endpoint, reply)));
+                            });
 }
 
 void clearProbeCache() {
   std::lock_guard lock(cacheMutex());
   cache().clear();
+  answered().clear();
 }
 
 fs::path interpreterPath() {
@@ -172,7 +231,7 @@ using Run = std::shared_ptr<StartRun>;
 // Probes without blocking and continues on the main queue with the answer.
 void probeThen(const Run &run, std::function<void(const Run &, bool)> next) {
   probeAsync(run->endpoint, [run, next = std::move(next)](bool up) {
-    remember(run->endpoint.id, up);
+    remember(cacheKey(run->endpoint), up);
     run->queue->async([run, next, up] { next(run, up); });
   });
 }

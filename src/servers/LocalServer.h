@@ -2,6 +2,8 @@
 // The two local model servers on 127.0.0.1 (transcription and rewrite): their endpoints,
 // whether each answers, and launching and stopping the transcription server as a child.
 
+#include "servers/HttpClient.h"
+
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -20,8 +22,11 @@ struct Endpoint {
   int port = 0;
   std::string model;        // default model name sent to the server
   std::string startCommand; // shown to the user, never executed
+  // "http://host:port" of a server the user pointed at; empty for 127.0.0.1 and the port.
+  std::string baseURL;
 
-  // "http://127.0.0.1:<port><path>"; nothing when the port cannot be part of a URL.
+  // The base URL, or "http://127.0.0.1:<port>", followed by the path; nothing when the port
+  // cannot be part of a URL.
   std::optional<std::string> url(std::string_view path) const;
   friend bool operator==(const Endpoint &, const Endpoint &) = default;
 };
@@ -35,9 +40,24 @@ Endpoint rewriteEndpoint();
 bool probe(const Endpoint &endpoint);
 // The same probe without blocking; the completion runs on the HTTP worker thread.
 void probeAsync(const Endpoint &endpoint, std::function<void(bool)> completion);
+
+// How a probe went. A server generating a reply may hold its model list until it is done,
+// so a probe that times out soon after the server last answered finds it busy, not down.
+enum class Availability { up, busy, down };
+// Seconds after a server's last answer during which a timed-out probe counts as busy.
+inline constexpr double kBusyWindow = 120;
+// A server answered a request (any HTTP status): it is up, if perhaps busy for a while.
+void noteAnswered(const Endpoint &endpoint);
+// Up for a 2xx answer; busy for a time-out within kBusyWindow of the last answer; else down.
+Availability classify(const Endpoint &endpoint, const HttpReply &reply);
+
 // The probe's answer, reused while younger than maxAge seconds (0 always probes). Blocking.
+// A busy server counts as running and is not cached, so the next check probes again.
 bool isRunning(std::string_view id, double maxAge);
 bool isRunning(const Endpoint &endpoint, double maxAge);
+// The same without blocking: a fresh cached answer completes at once on the caller's thread,
+// otherwise the completion runs on the HTTP worker thread after the probe.
+void checkRunning(const Endpoint &endpoint, double maxAge, std::function<void(bool)> completion);
 void clearProbeCache();
 
 // "~/.local/share/selvar/asr/bin/python".

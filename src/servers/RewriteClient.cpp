@@ -1,10 +1,10 @@
 #include "servers/RewriteClient.h"
 
 #include "records/Log.h"
+#include "servers/RewriteScreen.h"
 #include "support/JsonWriter.h"
 #include "support/Unicode.h"
 
-#include <array>
 #include <fmt/format.h>
 
 namespace selvar::RewriteClient {
@@ -18,27 +18,22 @@ const char *const kSystemPrompt =
 
 namespace {
 
-constexpr std::array<std::string_view, 4> kPrefixes{
-    "Corrected text:", "Corrected:", "Output:", "Text:"};
 constexpr std::size_t kMaxReplyBytes = 4u << 20;
 
-using Outcome = ServerResult<std::string>;
+using Outcome = ServerResult<Rewrite>;
 
-bool startsWithIgnoringCase(std::string_view text, std::string_view prefix) {
-  if (text.size() < prefix.size()) return false;
-  for (std::size_t i = 0; i < prefix.size(); ++i)
-    if (std::tolower(static_cast<unsigned char>(text[i])) !=
-        std::tolower(static_cast<unsigned char>(prefix[i])))
-      return false;
-  return true;
+void screen(const std::string &reply, const std::string &text, const Completion &completion) {
+  auto verdict = RewriteScreen::screen(reply, text);
+  if (verdict.accepted()) return completion(Outcome::success({std::move(verdict.text), false}));
+  Log::write("rewrite screened out: " + verdict.rejection);
+  Log::write(fmt::format("rewrite rejected {} chars: {}", graphemeCount(reply), reply));
+  completion(Outcome::success({text, true}));
 }
 
-bool wrappedIn(std::string_view s, char quote) {
-  return s.size() >= 2 && s.front() == quote && s.back() == quote;
-}
+} // namespace
 
 // "choices"[0]."message"."content" when it is a string.
-std::optional<std::string> content(const std::string &body) {
+std::optional<std::string> replyContent(const std::string &body) {
   auto json = nlohmann::json::parse(body, nullptr, false);
   if (!json.is_object()) return std::nullopt;
   auto choices = json.find("choices");
@@ -50,15 +45,6 @@ std::optional<std::string> content(const std::string &body) {
     return std::nullopt;
   return message["content"].get<std::string>();
 }
-
-void screen(const std::string &reply, const std::string &text, const Completion &completion) {
-  std::string result = parseRewrite(reply, text);
-  if (result == text && trimWhitespace(reply) != text)
-    Log::write(fmt::format("rewrite rejected {} chars: {}", graphemeCount(reply), reply));
-  completion(Outcome::success(std::move(result)));
-}
-
-} // namespace
 
 int maxTokens(std::string_view text) {
   std::size_t characters = graphemeCount(text);
@@ -79,15 +65,8 @@ nlohmann::json requestObject(std::string_view text, const LocalServer::Endpoint 
 }
 
 std::string parseRewrite(std::string_view reply, std::string_view original) {
-  std::string s = trimWhitespace(reply);
-  for (std::string_view prefix : kPrefixes) {
-    if (!startsWithIgnoringCase(s, prefix)) continue;
-    s = trimWhitespace(std::string_view(s).substr(prefix.size()));
-  }
-  if (wrappedIn(s, '"') || wrappedIn(s, '\''))
-    s = trimWhitespace(std::string_view(s).substr(1, s.size() - 2));
-  double originalCount = static_cast<double>(graphemeCount(original));
-  double ratio = originalCount == 0 ? 1.0 : static_cast<double>(graphemeCount(s)) / originalCount;
+  std::string s = RewriteScreen::clean(reply);
+  double ratio = RewriteScreen::lengthRatio(s, original);
   if (!s.empty() && ratio > 0.5 && ratio < 2.0) return s;
   return std::string(original);
 }
@@ -111,10 +90,11 @@ void attemptRewrite(const std::string &text, const LocalServer::Endpoint &endpoi
   request.maxReplyBytes = kMaxReplyBytes;
   HttpClient::shared().send(
       std::move(request), [=, completion = std::move(completion)](HttpReply reply) {
+        if (reply.status > 0) LocalServer::noteAnswered(endpoint);
         if (reply.error) return completion(Outcome::failure(*reply.error));
         if (!reply.isSuccess())
           return completion(Outcome::failure(ServerError::badResponse(reply.status)));
-        auto answer = content(reply.body);
+        auto answer = replyContent(reply.body);
         if (!answer) {
           Log::write(fmt::format("rewrite reply has no choices[0].message.content ({} bytes)",
                                  reply.body.size()));

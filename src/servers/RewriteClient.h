@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,9 +15,13 @@ namespace selvar::RewriteClient {
 
 extern const char *const kSystemPrompt;
 
-// The text to insert (the original when the reply was screened out), or why there is none.
-// May run on any thread.
-using Completion = std::function<void(ServerResult<std::string>)>;
+struct Rewrite {
+  std::string text;      // to insert: the original when the reply was screened out
+  bool rejected = false; // the reply was screened out
+};
+
+// The text to insert, or why there is none. May run on any thread.
+using Completion = std::function<void(ServerResult<Rewrite>)>;
 
 // Sends the text with the endpoint's model; see attemptRewrite.
 void rewrite(const std::string &text, const LocalServer::Endpoint &endpoint, double timeout,
@@ -28,10 +33,13 @@ void attemptRewrite(const std::string &text, const LocalServer::Endpoint &endpoi
 
 // Half the text's characters when it has more than 127, else 64.
 int maxTokens(std::string_view text);
+// "choices"[0]."message"."content" of a chat-completions reply, when it is a string.
+std::optional<std::string> replyContent(const std::string &body);
 nlohmann::json requestObject(std::string_view text, const LocalServer::Endpoint &endpoint,
                              bool sendModel);
 // Trims, drops one known prefix and one pair of wrapping quotes, and returns the result only
-// when its length is within (0.5, 2.0) of the original's; otherwise the original.
+// when its length is within (0.5, 2.0) of the original's; otherwise the original. The client
+// screens replies more strictly (RewriteScreen); this is the length rule alone.
 std::string parseRewrite(std::string_view reply, std::string_view original);
 
 } // namespace selvar::RewriteClient

@@ -6,6 +6,7 @@
 #include "platform/ShellServices.h"
 #include "platform/fake/FakeEnvironment.h"
 #include "support/ShellFakes.h"
+#include "support/Unicode.h"
 
 #include <gtest/gtest.h>
 
@@ -105,6 +106,35 @@ TEST_F(SettingsModelTest, EditsAreValidatedAndHaveTheirUsualEffects) {
   EXPECT_EQ(Prefs::recognitionLanguage(), "de-CH");
   model.setText(PrefKey::recognitionLanguage, "  ");
   EXPECT_FALSE(env.settings.value(PrefKey::recognitionLanguage)) << "empty follows the system";
+}
+
+// The settings window must say so before dictated text goes to another machine.
+TEST_F(SettingsModelTest, RewriteServerAddressWarnsWhenTextWouldLeaveTheMachine) {
+  model.setExpanded(true);
+  struct Case {
+    const char *address;
+    bool allowRemote;
+    const char *warning; // the start of it; empty: none
+  } cases[] = {
+      {"", false, ""},
+      {" http://127.0.0.1:11434/v1 ", false, ""},
+      {"http://10.0.0.7:8021", false, "10.0.0.7 is another machine: allow that below"},
+      {"http://10.0.0.7:8021", true, "Dictated text leaves this machine for 10.0.0.7."},
+      {"127.0.0.1:8021", false, "Not a server address"},
+  };
+  for (const auto &c : cases) {
+    model.setText(PrefKey::rewriteBaseURL, c.address);
+    model.setToggle(PrefKey::rewriteAllowRemote, c.allowRemote);
+    const SettingControl *address = control(PrefKey::rewriteBaseURL);
+    ASSERT_TRUE(address);
+    EXPECT_EQ(address->text, trimWhitespace(c.address));
+    EXPECT_TRUE(address->warning.starts_with(c.warning)) << c.address << ": " << address->warning;
+    EXPECT_EQ(address->warning.empty(), std::string(c.warning).empty()) << c.address;
+  }
+  model.setText(PrefKey::rewriteModel, " llama3.2:1b ");
+  EXPECT_EQ(Prefs::rewriteModel(), "llama3.2:1b");
+  setPlatformCapabilities({false, false, "Linux", false, true, "tools/rewrite-server.sh"});
+  EXPECT_TRUE(control(PrefKey::rewriteBaseURL)->help.ends_with("tools/rewrite-server.sh"));
 }
 
 TEST_F(SettingsModelTest, PickingAnEngineIsTheUsersChoiceButOnlyOneThatRunsHere) {

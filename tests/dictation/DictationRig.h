@@ -67,6 +67,10 @@ public:
   bool isRunning(const std::string &engineId, double) override {
     return running.contains(engineId);
   }
+  void checkRunning(const std::string &engineId, double,
+                    std::function<void(bool)> completion) override {
+    completion(running.contains(engineId));
+  }
   bool isServerInstalled() override { return installed; }
   void start(double, const std::string &model, std::function<void(bool)> completion) override {
     startedModels.push_back(model);

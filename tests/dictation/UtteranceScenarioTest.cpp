@@ -74,6 +74,31 @@ TEST_F(UtteranceScenarioTest, ToggleUtteranceWithRewriteApplied) {
   EXPECT_TRUE(logHas("rewrite applied 19 chars"));
 }
 
+TEST_F(UtteranceScenarioTest, ScreenedOutRewriteIsNeverReportedAsApplied) {
+  rig.servers.running.insert("server-rewrite");
+  rig.env.settings.setValue(PrefKey::rewriteEngine, std::string("server-rewrite"));
+  rig.startSpeaking();
+  rig.press();
+  rig.task().final("their going home");
+  rig.env.queue.runUntilIdle();
+  ASSERT_EQ(rig.servers.rewrites.size(), 1u);
+  rig.servers.rewrites[0].reply({"Their going home", std::nullopt, true});
+  rig.settle();
+  EXPECT_EQ(rig.pasted(), "Their going home");
+  EXPECT_TRUE(logHas("rewrite not used; inserting the cleaned text"));
+  EXPECT_FALSE(logHas("rewrite applied"));
+}
+
+TEST_F(UtteranceScenarioTest, ServerDownMeansNoRewriteRequest) {
+  rig.env.settings.setValue(PrefKey::rewriteEngine, std::string("server-rewrite"));
+  rig.startSpeaking();
+  rig.press();
+  rig.task().final("their going home");
+  rig.settle();
+  EXPECT_TRUE(rig.servers.rewrites.empty());
+  EXPECT_EQ(rig.pasted(), "Their going home");
+}
+
 TEST_F(UtteranceScenarioTest, RewriteRacingItsBudget) {
   rig.servers.running.insert("server-rewrite");
   rig.env.settings.setValue(PrefKey::rewriteEngine, std::string("server-rewrite"));

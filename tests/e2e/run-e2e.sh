@@ -4,9 +4,11 @@
 # Selvar itself. Keys are pressed through XTest, speech is made with espeak-ng and played into
 # the microphone, and the text that arrives is checked.
 #
-#   run-e2e.sh [--desktop-only]
+#   run-e2e.sh [--desktop-only | --rewrite]
 #
 # --desktop-only checks the virtual desktop alone (keys, clipboard, microphone, server).
+# --rewrite runs the rewrite stage against the real model server that tools/setup-rewrite.sh
+# installed (SELVAR_REWRITE_HOME, default ~/.local/share/selvar/rewrite).
 # Environment: SELVAR_BUILD_DIR (default build), SELVAR_E2E_ARTIFACTS (screenshots and logs,
 # default <build>/e2e-artifacts), SELVAR_ASR_PYTHON, SELVAR_ASR_TOOLS, SELVAR_E2E_KEEP=1 keeps
 # the temp folder, SELVAR_E2E_HOLD=<seconds> keeps a failed run's desktop up for a look.
@@ -18,6 +20,9 @@ BUILD=${SELVAR_BUILD_DIR:-$ROOT/build}
 artifacts=${SELVAR_E2E_ARTIFACTS:-$BUILD/e2e-artifacts}
 ASR_PYTHON=${SELVAR_ASR_PYTHON:-$HOME/.local/share/selvar/asr/bin/python}
 ASR_TOOLS=${SELVAR_ASR_TOOLS:-$ROOT/tools}
+export SELVAR_REWRITE_TOOLS=${SELVAR_REWRITE_TOOLS:-$ROOT/tools}
+REWRITE_TOOLS=$SELVAR_REWRITE_TOOLS
+export SELVAR_REWRITE_HOME=${SELVAR_REWRITE_HOME:-$HOME/.local/share/selvar/rewrite}
 mode=${1:-full}
 
 # A private network namespace gives the test its own loopback, so port 8020 is free even when
@@ -83,6 +88,10 @@ source "$E2E_DIR/scenarios.sh"
 if [ "$mode" = --desktop-only ]; then
   start_asr_server "$ASR_TOOLS" "$ASR_PYTHON"
   check_desktop
+elif [ "$mode" = --rewrite ]; then
+  source "$E2E_DIR/rewrite.sh"
+  start_asr_server "$ASR_TOOLS" "$ASR_PYTHON"
+  run_rewrite_scenarios
 else
   start_asr_server "$ASR_TOOLS" "$ASR_PYTHON"
   run_scenarios

@@ -220,5 +220,48 @@ TEST_F(LocalServerTest, ARealServerThatNeverAnswersKeepsRunningUntilStopped) {
   EXPECT_TRUE(processGone(*pid));
 }
 
+
+// A llama.cpp-style server holds its model list while it generates: a probe then times out
+// although the server is fine. Soon after an answer that is "busy"; long after, "down".
+TEST_F(LocalServerTest, ASlowProbeSoonAfterAnAnswerIsBusyNotDown) {
+  TestHttpServer server;
+  std::atomic<bool> generating{false};
+  server.get("/v1/models", [&](const httplib::Request &, httplib::Response &res) {
+    if (generating) server.waitForRelease();
+    res.set_content("{}", "application/json");
+  });
+  auto e = endpointOn(server.start());
+  EXPECT_TRUE(LocalServer::isRunning(e, 30));
+  generating = true;
+  env.queue.advance(30);
+  EXPECT_TRUE(LocalServer::isRunning(e, 30));
+  EXPECT_TRUE(testing::logText().find("is busy: its probe timed out") != std::string::npos);
+  std::optional<bool> async;
+  LocalServer::checkRunning(e, 30, [&](bool up) { async = up; });
+  EXPECT_TRUE(testing::waitFor([&] { return async.has_value(); }));
+  EXPECT_EQ(async, true);
+  EXPECT_EQ(server.count(), 3u) << "busy is never cached";
+
+  env.queue.advance(LocalServer::kBusyWindow);
+  EXPECT_FALSE(LocalServer::isRunning(e, 30));
+  EXPECT_FALSE(LocalServer::isRunning(e, 30));
+  EXPECT_EQ(server.count(), 4u) << "down is cached";
+  server.release();
+}
+
+TEST_F(LocalServerTest, AnsweredRequestsCountAsSignsOfLife) {
+  TestHttpServer server;
+  server.get("/v1/models",
+             [&](const httplib::Request &, httplib::Response &) { server.waitForRelease(); });
+  auto e = endpointOn(server.start());
+  EXPECT_FALSE(LocalServer::isRunning(e, 0)) << "never answered: a hang is down";
+  LocalServer::noteAnswered(e);
+  EXPECT_TRUE(LocalServer::isRunning(e, 0));
+  auto moved = e;
+  moved.baseURL = "http://localhost:" + std::to_string(server.port());
+  EXPECT_FALSE(LocalServer::isRunning(moved, 0)) << "another address has its own history";
+  server.release();
+}
+
 } // namespace
 } // namespace selvar

@@ -10,7 +10,7 @@ namespace {
 
 using testing::RefusingPort;
 using testing::TestHttpServer;
-using Result = ServerResult<std::string>;
+using Result = ServerResult<RewriteClient::Rewrite>;
 using nlohmann::json;
 
 std::string chatReply(const std::string &content) {
@@ -92,7 +92,8 @@ TEST_F(RewriteClientTest, RequestCarriesThePromptTheTextAndTheModel) {
   server.reply("/v1/chat/completions", 200, chatReply("Call Anna at five."));
   Result r = run("call anna at five", endpoint(server.start()));
   ASSERT_TRUE(r.ok());
-  EXPECT_EQ(r.value(), "Call Anna at five.");
+  EXPECT_EQ(r.value().text, "Call Anna at five.");
+  EXPECT_FALSE(r.value().rejected);
   auto seen = server.requests();
   ASSERT_EQ(seen.size(), 1u);
   EXPECT_EQ(seen[0].contentType, "application/json");
@@ -117,7 +118,7 @@ TEST_F(RewriteClientTest, WhitespaceReplyIsRetriedOnceWithoutTheModel) {
   auto e = endpoint(server.start());
   Result r = run("fixed text here", e);
   ASSERT_TRUE(r.ok());
-  EXPECT_EQ(r.value(), "Fixed text here.");
+  EXPECT_EQ(r.value().text, "Fixed text here.");
   auto seen = server.requests();
   ASSERT_EQ(seen.size(), 2u);
   EXPECT_TRUE(json::parse(seen[0].body).contains("model"));
@@ -157,8 +158,22 @@ TEST_F(RewriteClientTest, BadRepliesAndRejectedRewrites) {
   chatty.reply("/v1/chat/completions", 200, chatReply(answer));
   Result kept = run("what is the weather", endpoint(chatty.start()));
   ASSERT_TRUE(kept.ok());
-  EXPECT_EQ(kept.value(), "what is the weather");
+  EXPECT_EQ(kept.value().text, "what is the weather");
+  EXPECT_TRUE(kept.value().rejected);
+  EXPECT_NE(testing::logText().find("rewrite screened out: length ratio 3.68"), std::string::npos);
   EXPECT_NE(testing::logText().find("rewrite rejected 70 chars: " + answer), std::string::npos);
+}
+
+TEST_F(RewriteClientTest, ReplyGoesToTheConfiguredBaseURL) {
+  server.reply("/v1/chat/completions", 200,
+               chatReply("<think>\nfine\n</think>\n\nThey're going home."));
+  auto e = LocalServer::rewriteEndpoint();
+  e.port = 1; // the base URL wins over the built-in port
+  e.baseURL = "http://localhost:" + std::to_string(server.start());
+  Result r = run("their going home", e);
+  ASSERT_TRUE(r.ok());
+  EXPECT_EQ(r.value().text, "They're going home.");
+  EXPECT_FALSE(testing::logText().find("rewrite rejected") != std::string::npos);
 }
 
 } // namespace

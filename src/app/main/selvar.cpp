@@ -82,7 +82,9 @@ void installCoreServices(LinuxDesktop &desktop) {
   desktop.install(s);
   installServices(s);
   // No on-device recognizer, system language model or Fn key on Linux desktops.
-  setPlatformCapabilities({false, false, "Linux", false, true});
+  // The rewrite server is the llama.cpp recipe under tools/ rather than MLX.
+  setPlatformCapabilities({false, false, "Linux", false, true,
+                           "./tools/setup-rewrite.sh   # once, then: tools/rewrite-server.sh"});
 }
 
 } // namespace
