@@ -1,5 +1,6 @@
 #include "platform/linux/WaylandWorkspace.h"
 
+#include "platform/linux/LinuxProcesses.h"
 #include "records/Log.h"
 
 #include <cerrno>
@@ -12,36 +13,16 @@
 
 namespace selvar {
 
-namespace {
-
-std::string commandName(int pid) {
-  std::ifstream in("/proc/" + std::to_string(pid) + "/comm");
-  std::string name;
-  std::getline(in, name);
-  return name;
-}
-
-} // namespace
-
 std::vector<RunningApp> WaylandWorkspace::runningApplications() const {
-  std::vector<RunningApp> apps;
-  std::error_code error;
-  for (const auto &entry : std::filesystem::directory_iterator("/proc", error)) {
-    const std::string name = entry.path().filename().string();
-    if (name.empty() || name.find_first_not_of("0123456789") != std::string::npos) continue;
-    const int pid = std::stoi(name);
-    std::string command = commandName(pid);
-    if (!command.empty()) apps.push_back({pid, command, command});
-  }
-  return apps;
+  return LinuxProcesses::running();
 }
 
 bool WaylandWorkspace::isTerminated(int pid) const {
-  return pid <= 0 || (kill(pid, 0) != 0 && errno == ESRCH);
+  return LinuxProcesses::isTerminated(pid);
 }
 
 std::string WaylandWorkspace::ownBundleIdentifier() const {
-  return commandName(getpid());
+  return LinuxProcesses::name(getpid());
 }
 
 int WaylandWorkspace::ownProcessId() const {

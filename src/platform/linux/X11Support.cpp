@@ -192,11 +192,4 @@ bool awaitActive(Display *display, Window window, int timeoutMs) {
 
 } // namespace X11Windows
 
-std::string processName(int pid) {
-  std::ifstream in("/proc/" + std::to_string(pid) + "/comm");
-  std::string name;
-  std::getline(in, name);
-  return name;
-}
-
 } // namespace selvar

@@ -56,7 +56,4 @@ bool awaitActive(Display *display, Window window, int timeoutMs);
 
 } // namespace X11Windows
 
-// The short name of a running process ("/proc/<pid>/comm"); empty when it is gone.
-std::string processName(int pid);
-
 } // namespace selvar

@@ -1,5 +1,6 @@
 #include "platform/linux/X11Workspace.h"
 
+#include "platform/linux/LinuxProcesses.h"
 #include "platform/linux/X11Accessibility.h"
 #include "platform/linux/X11EventSource.h"
 #include "platform/linux/X11Support.h"
@@ -24,7 +25,7 @@ X11Workspace::~X11Workspace() {
 // The name users know an application by: its window class ("Firefox") when it has a window,
 // else its executable's name.
 RunningApp X11Workspace::describe(int pid, Window window) const {
-  RunningApp app{pid, processName(pid), {}};
+  RunningApp app{pid, LinuxProcesses::name(pid), {}};
   if (display_ && window != None) app.name = X11Windows::windowClass(display_, window);
   if (app.name.empty()) app.name = app.bundleId;
   return app;
@@ -39,24 +40,15 @@ std::optional<RunningApp> X11Workspace::frontmostApplication() const {
 }
 
 std::vector<RunningApp> X11Workspace::runningApplications() const {
-  std::vector<RunningApp> apps;
-  std::error_code error;
-  for (const auto &entry : std::filesystem::directory_iterator("/proc", error)) {
-    const std::string name = entry.path().filename().string();
-    if (name.empty() || name.find_first_not_of("0123456789") != std::string::npos) continue;
-    const int pid = std::stoi(name);
-    std::string command = processName(pid);
-    if (!command.empty()) apps.push_back({pid, command, command});
-  }
-  return apps;
+  return LinuxProcesses::running();
 }
 
 bool X11Workspace::isTerminated(int pid) const {
-  return pid <= 0 || (kill(pid, 0) != 0 && errno == ESRCH);
+  return LinuxProcesses::isTerminated(pid);
 }
 
 std::string X11Workspace::ownBundleIdentifier() const {
-  return processName(getpid());
+  return LinuxProcesses::name(getpid());
 }
 
 int X11Workspace::ownProcessId() const {
