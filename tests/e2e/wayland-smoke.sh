@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Selvar on a headless wlroots compositor (sway): the Wayland backend starts on its own, names
 # its trigger source, takes trigger and cancel presses from "selvar --toggle/--cancel", shows
-# the pill as a layer surface (grim takes a screenshot for the artefacts), opens its settings
-# when launched again, and a control command with no copy running fails with a message. sway refuses to run as root, so as root
-# the session runs as an unprivileged user made for it.
+# the pill as a layer surface (grim takes a screenshot for the artefacts), types a chord
+# through its virtual keyboard that fires a sway binding, opens its settings when launched
+# again, and a control command with no copy running fails with a message. sway refuses to run
+# as root, so as root the session runs as an unprivileged user made for it.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 BUILD=${SELVAR_BUILD_DIR:-$PWD/build}
@@ -40,10 +41,12 @@ if [ "$(id -u)" -eq 0 ]; then
 fi
 # The build may sit in a folder the session user cannot enter (/root): it gets its own copy.
 cp "$BUILD/src/selvar" "$T/selvar"
+cp "$BUILD/tests/selvar_wayland_key" "$T/selvar_wayland_key"
 mkdir -p "$T/run" "$T/home"
 chmod 700 "$T/run"
 [ ${#as_user[@]} -eq 0 ] || chown selvar-wl: "$T/run" "$T/home"
-printf 'output HEADLESS-1 resolution 1280x800\n' >"$T/sway.conf"
+printf 'output HEADLESS-1 resolution 1280x800\nbindsym ctrl+v exec touch %s/run/chord-fired\n' \
+  "$T" >"$T/sway.conf"
 
 session_env=(env -i HOME="$T/home" PATH=/usr/bin:/bin XDG_RUNTIME_DIR="$T/run"
   SELVAR_HOME="$T/home" NO_AT_BRIDGE=1)
@@ -78,6 +81,11 @@ wait_for 20 "Selvar's control channel" log_has "control channel listening"
 say "Selvar ready after $(($(date +%s%3N) - started)) ms"
 log_has "desktop backend: wayland" || fail "Selvar did not pick its Wayland backend"
 log_has "trigger source: the control command" || fail "no trigger source line"
+log_has "paste keystroke through a virtual keyboard" || fail "Selvar did not take the virtual keyboard"
+
+# The paste chord through the same virtual keyboard code reaches the compositor as Ctrl+V.
+in_session "$T/selvar_wayland_key" || fail "the virtual keyboard did not send the chord"
+wait_for 5 "the Ctrl+V binding" test -e "$T/run/chord-fired"
 
 in_session "$T/selvar" --toggle || fail "--toggle did not reach the running copy"
 wait_for 5 "the pill" log_has "hud shown"

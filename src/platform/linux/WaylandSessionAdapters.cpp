@@ -7,6 +7,7 @@
 #include "platform/linux/LayerShellHudPanel.h"
 #include "platform/linux/LinuxPermissionAccess.h"
 #include "platform/linux/SessionAdapters.h"
+#include "platform/linux/WaylandKeySynthesizer.h"
 #include "platform/linux/WaylandTriggerSource.h"
 #include "platform/linux/WaylandWorkspace.h"
 
@@ -49,7 +50,10 @@ public:
   PermissionAccess &permissions() override { return permissions_; }
   Accessibility &accessibility() override { return accessibility_; }
   Pasteboard &pasteboard() override { return clipboard_; }
-  KeySynthesizer &keySynthesizer() override { return keys_; }
+  KeySynthesizer &keySynthesizer() override {
+    if (virtualKeys_.available()) return virtualKeys_;
+    return noKeys_;
+  }
   KeyboardTap &keyboardTap() override {
     if (trigger_.source == WaylandTriggerSource::evdev) return evdev_;
     return command_;
@@ -64,7 +68,10 @@ public:
     std::vector<std::string> notes{"desktop backend: wayland"};
     for (const auto &hint : trigger_.hints)
       notes.push_back("wayland: " + hint);
-    notes.push_back("wayland: no synthetic paste here; dictated text is copied for Ctrl+V");
+    if (virtualKeys_.available())
+      notes.push_back("wayland: paste keystroke through a virtual keyboard");
+    else
+      notes.push_back("wayland: no synthetic paste here; dictated text is copied for Ctrl+V");
     if (!LayerShellHudPanel::isSupported())
       notes.push_back("wayland: no layer-shell here; the pill is an ordinary window that the "
                       "compositor places");
@@ -76,7 +83,8 @@ private:
   WaylandPermissionAccess permissions_;
   NoAccessibility accessibility_;
   GtkOnlyClipboard clipboard_;
-  NoKeySynthesizer keys_;
+  WaylandKeySynthesizer virtualKeys_;
+  NoKeySynthesizer noKeys_;
   EvdevKeyboardTap evdev_;
   CommandOnlyKeyboardTap command_;
   WaylandTriggerChoice trigger_;
