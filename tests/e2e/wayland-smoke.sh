@@ -2,7 +2,8 @@
 # Selvar on a headless wlroots compositor (sway): the Wayland backend starts on its own, names
 # its trigger source, takes trigger and cancel presses from "selvar --toggle/--cancel", shows
 # the pill as a layer surface (grim takes a screenshot for the artefacts), types a chord
-# through its virtual keyboard that fires a sway binding, opens its settings when launched
+# through its virtual keyboard that fires a sway binding, sets, snapshots and restores the
+# clipboard through data-control, opens its settings when launched
 # again, and a control command with no copy running fails with a message. sway refuses to run
 # as root, so as root the session runs as an unprivileged user made for it.
 set -euo pipefail
@@ -41,7 +42,7 @@ if [ "$(id -u)" -eq 0 ]; then
 fi
 # The build may sit in a folder the session user cannot enter (/root): it gets its own copy.
 cp "$BUILD/src/selvar" "$T/selvar"
-cp "$BUILD/tests/selvar_wayland_key" "$T/selvar_wayland_key"
+cp "$BUILD/tests/selvar_wayland_probe" "$T/selvar_wayland_probe"
 mkdir -p "$T/run" "$T/home"
 chmod 700 "$T/run"
 [ ${#as_user[@]} -eq 0 ] || chown selvar-wl: "$T/run" "$T/home"
@@ -84,8 +85,18 @@ log_has "trigger source: the control command" || fail "no trigger source line"
 log_has "paste keystroke through a virtual keyboard" || fail "Selvar did not take the virtual keyboard"
 
 # The paste chord through the same virtual keyboard code reaches the compositor as Ctrl+V.
-in_session "$T/selvar_wayland_key" || fail "the virtual keyboard did not send the chord"
+in_session "$T/selvar_wayland_probe" key || fail "the virtual keyboard did not send the chord"
 wait_for 5 "the Ctrl+V binding" test -e "$T/run/chord-fired"
+
+# The clipboard through data-control, each step read by another client: set, then snapshot,
+# replace and restore.
+log_has "clipboard snapshot and restore through data-control" || fail "no data-control clipboard"
+clipboard_is() { [ "$(in_session SELVAR_HOME="$T/home/probe" "$T/selvar_wayland_probe" print)" = "$1" ]; }
+run clip-hold WAYLAND_DISPLAY="$wl" SELVAR_HOME="$T/home/probe" "$T/selvar_wayland_probe" hold "before dictation"
+wait_for 5 "the clipboard to be set" clipboard_is "before dictation"
+run clip-restore WAYLAND_DISPLAY="$wl" SELVAR_HOME="$T/home/probe" "$T/selvar_wayland_probe" restore-after "dictated"
+wait_for 5 "the snapshot, replace and restore" grep -q restored "$T/clip-restore.log"
+clipboard_is "before dictation" || fail "the clipboard was not restored"
 
 in_session "$T/selvar" --toggle || fail "--toggle did not reach the running copy"
 wait_for 5 "the pill" log_has "hud shown"
