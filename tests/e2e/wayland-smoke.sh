@@ -31,6 +31,7 @@ cleanup() {
   cp "$T"/*.log "$artifacts/" 2>/dev/null || true
   cp "$T"/home/logs/selvar.log "$artifacts/selvar-wayland.log" 2>/dev/null || true
   cp "$T"/home/pill.png "$artifacts/" 2>/dev/null || true
+  cp "$T"/run/typed.txt* "$artifacts/" 2>/dev/null || true
   rm -rf "$T"
 }
 trap cleanup EXIT
