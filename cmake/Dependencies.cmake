@@ -19,6 +19,7 @@ else()
   pkg_check_modules(PULSE REQUIRED IMPORTED_TARGET libpulse libpulse-mainloop-glib)
   pkg_check_modules(EVDEV REQUIRED IMPORTED_TARGET libevdev)
   pkg_check_modules(LAYERSHELL REQUIRED IMPORTED_TARGET gtk-layer-shell-0)
+  pkg_check_modules(WAYLAND REQUIRED IMPORTED_TARGET wayland-client xkbcommon)
 endif()
 
 if(SELVAR_BUILD_TESTS)

@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
 # Selvar on a headless wlroots compositor (sway): the Wayland backend starts on its own, names
 # its trigger source, takes trigger and cancel presses from "selvar --toggle/--cancel", shows
-# the pill as a layer surface (grim takes a screenshot for the artefacts), opens its settings
-# when launched again, and a control command with no copy running fails with a message. sway refuses to run as root, so as root
-# the session runs as an unprivileged user made for it.
+# the pill as a layer surface (grim takes a screenshot for the artefacts), types a chord
+# through its virtual keyboard that fires a sway binding, sets, snapshots and restores the
+# clipboard through data-control, pastes that clipboard into a native GTK window with the
+# virtual keyboard's Ctrl+V, opens its settings when launched
+# again, and a control command with no copy running fails with a message. sway refuses to run
+# as root, so as root the session runs as an unprivileged user made for it.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 BUILD=${SELVAR_BUILD_DIR:-$PWD/build}
@@ -28,6 +31,7 @@ cleanup() {
   cp "$T"/*.log "$artifacts/" 2>/dev/null || true
   cp "$T"/home/logs/selvar.log "$artifacts/selvar-wayland.log" 2>/dev/null || true
   cp "$T"/home/pill.png "$artifacts/" 2>/dev/null || true
+  cp "$T"/run/typed.txt* "$artifacts/" 2>/dev/null || true
   rm -rf "$T"
 }
 trap cleanup EXIT
@@ -40,10 +44,13 @@ if [ "$(id -u)" -eq 0 ]; then
 fi
 # The build may sit in a folder the session user cannot enter (/root): it gets its own copy.
 cp "$BUILD/src/selvar" "$T/selvar"
+cp "$BUILD/tests/selvar_wayland_probe" "$T/selvar_wayland_probe"
+cp tests/e2e/textwindow.py "$T/textwindow.py"
 mkdir -p "$T/run" "$T/home"
 chmod 700 "$T/run"
 [ ${#as_user[@]} -eq 0 ] || chown selvar-wl: "$T/run" "$T/home"
-printf 'output HEADLESS-1 resolution 1280x800\n' >"$T/sway.conf"
+printf 'output HEADLESS-1 resolution 1280x800\nbindsym ctrl+v exec touch %s/run/chord-fired\n' \
+  "$T" >"$T/sway.conf"
 
 session_env=(env -i HOME="$T/home" PATH=/usr/bin:/bin XDG_RUNTIME_DIR="$T/run"
   SELVAR_HOME="$T/home" NO_AT_BRIDGE=1)
@@ -78,6 +85,42 @@ wait_for 20 "Selvar's control channel" log_has "control channel listening"
 say "Selvar ready after $(($(date +%s%3N) - started)) ms"
 log_has "desktop backend: wayland" || fail "Selvar did not pick its Wayland backend"
 log_has "trigger source: the control command" || fail "no trigger source line"
+log_has "paste keystroke through a virtual keyboard" || fail "Selvar did not take the virtual keyboard"
+
+# The paste chord through the same virtual keyboard code reaches the compositor as Ctrl+V.
+in_session "$T/selvar_wayland_probe" key || fail "the virtual keyboard did not send the chord"
+wait_for 5 "the Ctrl+V binding" test -e "$T/run/chord-fired"
+
+# The clipboard through data-control, each step read by another client: set, then snapshot,
+# replace and restore.
+log_has "clipboard snapshot and restore through data-control" || fail "no data-control clipboard"
+clipboard_is() { [ "$(in_session SELVAR_HOME="$T/home/probe" "$T/selvar_wayland_probe" print)" = "$1" ]; }
+run clip-hold WAYLAND_DISPLAY="$wl" SELVAR_HOME="$T/home/probe" "$T/selvar_wayland_probe" hold "before dictation"
+wait_for 5 "the clipboard to be set" clipboard_is "before dictation"
+run clip-restore WAYLAND_DISPLAY="$wl" SELVAR_HOME="$T/home/probe" "$T/selvar_wayland_probe" restore-after "dictated"
+wait_for 5 "the snapshot, replace and restore" grep -q restored "$T/clip-restore.log"
+clipboard_is "before dictation" || fail "the clipboard was not restored"
+
+# A real paste: the virtual keyboard's Ctrl+V into a native Wayland GTK window, which fetches
+# the clipboard restored just above through the compositor.
+run textwindow GDK_BACKEND=wayland WAYLAND_DISPLAY="$wl" python3 "$T/textwindow.py" \
+  "$T/run/typed.txt" "Paste target"
+sock=$(compgen -G "$T/run/sway-ipc.*.sock" | head -1)
+target_focused() {
+  in_session SWAYSOCK="$sock" swaymsg -t get_tree | python3 -c '
+import json, sys
+def walk(n):
+    yield n
+    for c in n.get("nodes", []) + n.get("floating_nodes", []):
+        yield from walk(c)
+sys.exit(0 if any(n.get("name") == "Paste target" and n.get("focused")
+                  for n in walk(json.load(sys.stdin))) else 1)'
+}
+wait_for 10 "the paste target window" target_focused
+# The binding above would keep Ctrl+V from the window.
+in_session SWAYSOCK="$sock" swaymsg unbindsym ctrl+v >/dev/null || fail "could not drop the binding"
+in_session SELVAR_HOME="$T/home/probe" "$T/selvar_wayland_probe" key || fail "no paste chord"
+wait_for 5 "the pasted text" grep -qx "before dictation" "$T/run/typed.txt"
 
 in_session "$T/selvar" --toggle || fail "--toggle did not reach the running copy"
 wait_for 5 "the pill" log_has "hud shown"
@@ -87,7 +130,6 @@ in_session "$T/selvar" --cancel || fail "--cancel did not reach the running copy
 wait_for 5 "the cancel command" log_has "control command cancel"
 
 # The pill is a layer surface: drawn on the output but not a window in sway's tree.
-sock=$(compgen -G "$T/run/sway-ipc.*.sock" | head -1)
 in_session SWAYSOCK="$sock" swaymsg -t get_tree >"$T/tree.json" || fail "swaymsg failed"
 ! grep -q '"Selvar"' "$T/tree.json" || fail "the pill is an ordinary window, not a layer surface"
 python3 - "$T/home/pill.ppm" <<'PY' || fail "nothing but the background on the screenshot"

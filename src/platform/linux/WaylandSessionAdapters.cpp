@@ -7,6 +7,8 @@
 #include "platform/linux/LayerShellHudPanel.h"
 #include "platform/linux/LinuxPermissionAccess.h"
 #include "platform/linux/SessionAdapters.h"
+#include "platform/linux/WaylandDataControlClipboard.h"
+#include "platform/linux/WaylandKeySynthesizer.h"
 #include "platform/linux/WaylandTriggerSource.h"
 #include "platform/linux/WaylandWorkspace.h"
 
@@ -48,8 +50,14 @@ public:
   Workspace &workspace() override { return workspace_; }
   PermissionAccess &permissions() override { return permissions_; }
   Accessibility &accessibility() override { return accessibility_; }
-  Pasteboard &pasteboard() override { return clipboard_; }
-  KeySynthesizer &keySynthesizer() override { return keys_; }
+  Pasteboard &pasteboard() override {
+    if (dataControl_.available()) return dataControl_;
+    return clipboard_;
+  }
+  KeySynthesizer &keySynthesizer() override {
+    if (virtualKeys_.available()) return virtualKeys_;
+    return noKeys_;
+  }
   KeyboardTap &keyboardTap() override {
     if (trigger_.source == WaylandTriggerSource::evdev) return evdev_;
     return command_;
@@ -64,7 +72,15 @@ public:
     std::vector<std::string> notes{"desktop backend: wayland"};
     for (const auto &hint : trigger_.hints)
       notes.push_back("wayland: " + hint);
-    notes.push_back("wayland: no synthetic paste here; dictated text is copied for Ctrl+V");
+    if (virtualKeys_.available())
+      notes.push_back("wayland: paste keystroke through a virtual keyboard");
+    else
+      notes.push_back("wayland: no synthetic paste here; dictated text is copied for Ctrl+V");
+    if (dataControl_.available())
+      notes.push_back("wayland: clipboard snapshot and restore through data-control");
+    else
+      notes.push_back("wayland: no data-control here; the clipboard is set through GTK and "
+                      "never restored");
     if (!LayerShellHudPanel::isSupported())
       notes.push_back("wayland: no layer-shell here; the pill is an ordinary window that the "
                       "compositor places");
@@ -75,8 +91,10 @@ private:
   WaylandWorkspace workspace_;
   WaylandPermissionAccess permissions_;
   NoAccessibility accessibility_;
+  WaylandDataControlClipboard dataControl_;
   GtkOnlyClipboard clipboard_;
-  NoKeySynthesizer keys_;
+  WaylandKeySynthesizer virtualKeys_;
+  NoKeySynthesizer noKeys_;
   EvdevKeyboardTap evdev_;
   CommandOnlyKeyboardTap command_;
   WaylandTriggerChoice trigger_;

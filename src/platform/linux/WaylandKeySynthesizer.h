@@ -1,0 +1,41 @@
+#pragma once
+// Synthetic keystrokes on wlroots compositors through a virtual keyboard
+// (zwp_virtual_keyboard_v1) on a connection of its own. The keyboard carries its own US keymap,
+// which the compositor hands to the focused client while the chord is typed, so the V key
+// types "v" whatever the user's layout. The focused window cannot be read here, so a terminal
+// gets Ctrl+V like everything else.
+
+#include "platform/KeySynthesizer.h"
+#include "platform/linux/VirtualKeyChord.h"
+#include "platform/linux/WaylandConnection.h"
+
+#include <memory>
+
+struct wl_seat;
+struct zwp_virtual_keyboard_manager_v1;
+struct zwp_virtual_keyboard_v1;
+
+namespace selvar {
+
+class WaylandKeySynthesizer : public KeySynthesizer {
+public:
+  // Connects and sets the keyboard up; available() tells whether that worked.
+  WaylandKeySynthesizer();
+  ~WaylandKeySynthesizer() override;
+  // The compositor offers virtual keyboards and this one is ready to type.
+  bool available() const { return keyboard_ != nullptr; }
+  bool postKeystroke(int keyCode, std::uint64_t flags, double holdSeconds) override;
+
+private:
+  bool uploadKeymap();
+  void send(const VirtualKeyStep &step);
+
+  std::unique_ptr<WaylandConnection> connection_;
+  wl_seat *seat_ = nullptr;
+  zwp_virtual_keyboard_manager_v1 *manager_ = nullptr;
+  zwp_virtual_keyboard_v1 *keyboard_ = nullptr;
+  ModifierMasks masks_;
+  std::uint32_t modifiers_ = 0;
+};
+
+} // namespace selvar

@@ -1,0 +1,77 @@
+// Drives Selvar's own Wayland adapters on the compositor in WAYLAND_DISPLAY, for the
+// end-to-end test:
+//   key                 types the paste chord (Ctrl+V) through the virtual keyboard
+//   print               prints the clipboard's text, read through data-control
+//   hold TEXT           sets the clipboard and serves it until killed
+//   restore-after TEXT  snapshots the clipboard, sets TEXT, restores the snapshot, prints
+//                       "restored" and serves it until killed
+// Exit status 2 when the compositor lacks the protocol, 1 on any other failure.
+
+#include "hotkeys/KeyChoices.h"
+#include "platform/Services.h"
+#include "platform/linux/LinuxFileLocations.h"
+#include "platform/linux/WaylandDataControlClipboard.h"
+#include "platform/linux/WaylandKeySynthesizer.h"
+
+#include <cstdio>
+#include <glib.h>
+#include <string>
+
+namespace {
+
+int fail(const char *why, int status = 1) {
+  std::fprintf(stderr, "selvar_wayland_probe: %s\n", why);
+  return status;
+}
+
+int serveForever() {
+  std::fflush(stdout);
+  g_main_loop_run(g_main_loop_new(nullptr, FALSE));
+  return 0;
+}
+
+int key() {
+  selvar::WaylandKeySynthesizer keys;
+  if (!keys.available()) return fail("no virtual keyboard on this compositor", 2);
+  if (!keys.postKeystroke(selvar::VirtualKey::v, selvar::ModifierFlag::command, 0.02))
+    return fail("the keystroke was not taken");
+  return 0;
+}
+
+int clipboard(const std::string &mode, const std::string &text) {
+  selvar::WaylandDataControlClipboard clipboard;
+  if (!clipboard.available()) return fail("no data-control on this compositor", 2);
+  if (mode == "print") {
+    auto content = clipboard.string();
+    if (!content) return fail("no text on the clipboard");
+    std::printf("%s\n", content->c_str());
+    return 0;
+  }
+  if (mode == "hold") {
+    clipboard.setString(text);
+    return serveForever();
+  }
+  auto snapshot = clipboard.snapshot();
+  if (!snapshot || snapshot->empty()) return fail("nothing to snapshot");
+  clipboard.setString(text);
+  if (clipboard.string() != text) return fail("the new text did not stick");
+  clipboard.restore(*snapshot);
+  std::printf("restored\n");
+  return serveForever();
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+  // The adapters log what fails; the lines go to the log under SELVAR_HOME.
+  selvar::LinuxFileLocations files;
+  selvar::Services services;
+  services.files = &files;
+  selvar::installServices(services);
+  std::string mode = argc > 1 ? argv[1] : "";
+  std::string text = argc > 2 ? argv[2] : "";
+  if (mode == "key") return key();
+  if (mode == "print" || ((mode == "hold" || mode == "restore-after") && argc > 2))
+    return clipboard(mode, text);
+  return fail("usage: selvar_wayland_probe key | print | hold TEXT | restore-after TEXT");
+}
