@@ -50,13 +50,21 @@ struct HttpReply {
   bool isSuccess() const { return !error && status >= 200 && status <= 299; }
 };
 
-class HttpClient {
+// Where requests go; the one implementation outside tests is HttpClient.
+class HttpSender {
 public:
   using Completion = std::function<void(HttpReply)>;
+  virtual ~HttpSender() = default;
+  // Starts the exchange and returns at once. The completion runs exactly once, on the
+  // sender's own thread.
+  virtual void send(HttpRequest request, Completion completion) = 0;
+};
 
+class HttpClient : public HttpSender {
+public:
   HttpClient();
   // Same as shutdown(). Must not run inside one of this client's completions.
-  ~HttpClient();
+  ~HttpClient() override;
   HttpClient(const HttpClient &) = delete;
   HttpClient &operator=(const HttpClient &) = delete;
 
@@ -65,7 +73,7 @@ public:
 
   // Starts the exchange and returns at once. The completion runs exactly once, on the worker
   // thread (also for a request sent after shutdown, which fails as cancelled).
-  void send(HttpRequest request, Completion completion);
+  void send(HttpRequest request, Completion completion) override;
   // Sends and waits at most waitSeconds for the reply; a reply that has not arrived by then
   // reads as timed out (the exchange is left to finish on its own). Must not be called from a
   // completion, which would wait on itself.

@@ -1,5 +1,6 @@
 #include "servers/ServerSession.h"
 
+#include "platform/Services.h"
 #include "records/Log.h"
 #include "servers/TranscriptionClient.h"
 
@@ -32,15 +33,25 @@ ServerFailure failureOf(const HttpReply &reply) {
   return ServerError::badResponse(reply.status);
 }
 
+ServerFailure fellBehind() {
+  return TransportError{TransportError::Kind::other, "the session fell behind the audio"};
+}
+
 } // namespace
 
-ServerSession::ServerSession(LocalServer::Endpoint endpoint, HttpClient &http)
-    : endpoint_(std::move(endpoint)), http_(http) {}
+ServerSession::ServerSession(LocalServer::Endpoint endpoint, HttpSender &http, MainQueue &queue)
+    : endpoint_(std::move(endpoint)), http_(http), queue_(queue), ring_(kBufferSamples) {}
 
 std::shared_ptr<ServerSession> ServerSession::open(const LocalServer::Endpoint &endpoint,
                                                    const std::string &language,
-                                                   const std::string &prompt, HttpClient &http) {
-  auto session = std::make_shared<ServerSession>(endpoint, http);
+                                                   const std::string &prompt, HttpSender &http,
+                                                   MainQueue *queue) {
+  auto session =
+      std::make_shared<ServerSession>(endpoint, http, queue ? *queue : *services().mainQueue);
+  {
+    std::lock_guard lock(session->mutex_);
+    session->schedulePump();
+  }
   auto url = session->url("");
   HttpRequest request;
   request.method = "POST";
@@ -91,16 +102,35 @@ void ServerSession::opened(const HttpReply &reply) {
 }
 
 void ServerSession::append(std::span<const std::int16_t> samples) {
+  // A refused push marks the ring as overflowed, which the next pump turns into a failure.
+  if (takesAudio_.load(std::memory_order_acquire)) ring_.push(samples);
+}
+
+// Called with the lock held.
+void ServerSession::schedulePump() {
+  pumpTimer_ = queue_.scheduleTimer(kPumpInterval, [weak = weak_from_this()] {
+    if (auto self = weak.lock()) self->pumpTick();
+  });
+}
+
+void ServerSession::pumpTick() {
   std::unique_lock lock(mutex_);
-  if (failure_ || cancelled_ || ending_) return;
-  buffered_.insert(buffered_.end(), samples.begin(), samples.end());
+  if (ending_ || failure_ || cancelled_) return;
+  schedulePump();
   pump(lock);
+}
+
+// Called with the lock held, once no more audio will be sent.
+void ServerSession::stopStreaming() {
+  takesAudio_.store(false, std::memory_order_release);
+  cancelTimer(pumpTimer_);
 }
 
 void ServerSession::finish(double timeoutSeconds, Completion completion) {
   std::unique_lock lock(mutex_);
   if (cancelled_) return;
   ending_ = true;
+  stopStreaming();
   finishTimeout_ = timeoutSeconds;
   completion_ = std::move(completion);
   if (failure_) {
@@ -118,16 +148,20 @@ void ServerSession::cancel() {
   if (cancelled_) return;
   cancelled_ = true;
   completion_ = nullptr;
+  stopStreaming();
   auto id = id_;
   lock.unlock();
   if (id) deleteOnServer(*id);
 }
 
-// Sends the next request when none is under way; releases the lock when it sends.
+// Sends the next request when none is under way; releases the lock when it sends. Never
+// runs on the audio thread.
 void ServerSession::pump(std::unique_lock<std::mutex> &lock) {
   if (!id_ || sending_ || failure_ || cancelled_) return;
-  if (buffered_.size() >= kChunkSamples || (ending_ && !buffered_.empty()))
-    return sendChunk(lock, std::min(buffered_.size(), kMaxChunkSamples));
+  if (ring_.overflowed()) return fail(lock, fellBehind());
+  std::size_t waiting = ring_.size();
+  if (waiting >= kChunkSamples || (ending_ && waiting > 0))
+    return sendChunk(lock, std::min(waiting, kMaxChunkSamples));
   if (ending_) sendFinish(lock);
 }
 
@@ -136,9 +170,10 @@ void ServerSession::sendChunk(std::unique_lock<std::mutex> &lock, std::size_t sa
   request.method = "PUT";
   request.url = url(fmt::format("{}/audio/{}", *id_, nextChunk_)).value_or("");
   request.headers = {{"Content-Type", "application/octet-stream"}};
-  request.body = littleEndian({buffered_.data(), samples});
+  chunk_.clear();
+  ring_.pop(samples, chunk_);
+  request.body = littleEndian(chunk_);
   request.timeoutSeconds = kRequestTimeout;
-  buffered_.erase(buffered_.begin(), buffered_.begin() + static_cast<std::ptrdiff_t>(samples));
   ++nextChunk_;
   sending_ = true;
   lock.unlock();
@@ -171,6 +206,7 @@ void ServerSession::sendFinish(std::unique_lock<std::mutex> &lock) {
 void ServerSession::fail(std::unique_lock<std::mutex> &lock, ServerFailure failure) {
   if (failure_) return;
   failure_ = failure;
+  stopStreaming();
   auto id = std::exchange(id_, std::nullopt);
   auto done = ending_ ? std::exchange(completion_, nullptr) : nullptr;
   lock.unlock();

@@ -5,9 +5,16 @@
 #include "dictation/DictationRig.h"
 #include "dictation/LocalServerBridge.h"
 #include "platform/linux/SoxrAudioConverter.h"
+#include "servers/RecordingHttpSender.h"
+#include "servers/ServerSession.h"
+#include "servers/TestServers.h"
+#include "servers/WAVRecorder.h"
 
 #include <atomic>
+#include <cmath>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <thread>
 
 namespace selvar::testing {
@@ -143,6 +150,73 @@ TEST(AudioThreadTest, MainQueueEndsAnOnDeviceRecordingWhileTheAudioThreadFeedsTh
   rig.task().final("steady");
   rig.settle();
   EXPECT_EQ(rig.pasted(), "Steady");
+}
+
+HttpReply sessionAnswer(const HttpRequest &request) {
+  HttpReply reply;
+  reply.status = request.method == "PUT" ? 204 : 200;
+  if (request.url.ends_with("/v1/sessions")) reply.body = R"({"id":"s1"})";
+  if (request.url.ends_with("/finish")) reply.body = R"({"text":"heard"})";
+  return reply;
+}
+
+// The recorder hands its samples to a session on the audio thread while the main queue's timer
+// and the HTTP thread make the chunk requests: no request may be made on the audio thread,
+// and the chunks carry exactly what the file holds, in order.
+TEST(AudioThreadTest, SessionChunksAreMadeOffTheAudioThreadAndCarryTheWholeFile) {
+  FakeEnvironment env;
+  SoxrAudioConverterFactory soxr;
+  auto recorder = WAVRecorder::create(48000, 1, &soxr);
+  ASSERT_TRUE(recorder);
+  RecordingHttpSender http;
+  auto session =
+      ServerSession::open(LocalServer::transcriptionEndpoint(), "", "", http, &env.queue);
+  recorder->setListener(
+      [session](std::span<const std::int16_t> samples) { session->append(samples); });
+
+  std::atomic<bool> spoken{false}, answered{false};
+  std::thread::id audioThread;
+  std::thread audio([&] {
+    audioThread = std::this_thread::get_id();
+    for (int n = 0; n < 300; ++n) {
+      std::vector<float> wave(2048);
+      for (int i = 0; i < 2048; ++i)
+        wave[i] = 0.5f * std::sin(0.013f * static_cast<float>(n * 2048 + i));
+      recorder->append(AudioBuffer::planar(std::move(wave), 1, 48000));
+      // Every second of audio, let a chunk go up meanwhile, as it would in real time.
+      if (n % 24 == 23) waitFor([&, before = http.count()] { return http.count() > before; });
+    }
+    spoken = true;
+  });
+  std::thread worker([&] {
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!answered && std::chrono::steady_clock::now() < deadline)
+      if (!http.answerNext(sessionAnswer)) std::this_thread::yield();
+  });
+  while (!spoken)
+    env.queue.advance(ServerSession::kPumpInterval);
+  audio.join();
+  auto wav = recorder->finish();
+  session->finish(5, [&](ServerResult<std::string> result) {
+    EXPECT_TRUE(result.ok());
+    answered = true;
+  });
+  worker.join();
+  ASSERT_TRUE(answered);
+  ASSERT_TRUE(wav);
+
+  std::ifstream in(*wav, std::ios::binary);
+  std::string file((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::string streamed;
+  auto sent = http.sent();
+  for (const auto &request : sent) {
+    EXPECT_NE(request.thread, audioThread) << request.request.method << " " << request.request.url;
+    if (request.request.method == "PUT") streamed += request.request.body;
+  }
+  EXPECT_GT(sent.size(), 12u);
+  // The header takes the place of the first 44 bytes of audio; the rest is the stream.
+  ASSERT_EQ(streamed.size(), file.size());
+  EXPECT_TRUE(streamed.substr(WAVRecorder::kHeaderBytes) == file.substr(WAVRecorder::kHeaderBytes));
 }
 
 } // namespace

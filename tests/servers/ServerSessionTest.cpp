@@ -1,6 +1,7 @@
 #include "servers/ServerSession.h"
 
 #include "platform/fake/FakeEnvironment.h"
+#include "servers/RecordingHttpSender.h"
 #include "servers/TestServers.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +10,7 @@
 namespace selvar {
 namespace {
 
+using testing::RecordingHttpSender;
 using testing::TestHttpServer;
 using Result = ServerResult<std::string>;
 
@@ -107,6 +109,7 @@ TEST_F(ServerSessionTest, ARefusedChunkFailsTheSessionAndEndsItOnTheServer) {
   auto session = ServerSession::open(endpoint, "", "");
   for (int i = 0; i < 4; ++i) {
     session->append(std::vector<std::int16_t>(4000));
+    env.queue.advance(ServerSession::kPumpInterval);
     testing::waitFor([&] { return server.count() >= static_cast<std::size_t>(i + 2); }, 1);
   }
   auto result = finish(*session);
@@ -130,6 +133,91 @@ TEST_F(ServerSessionTest, CancelEndsTheSessionOnTheServerEvenBeforeItOpened) {
   ASSERT_TRUE(testing::waitFor([&] { return server.count() == 2; }));
   EXPECT_EQ(paths(), (std::vector<std::string>{"POST /v1/sessions", "DELETE /v1/sessions/s1"}));
   EXPECT_FALSE(completed);
+}
+
+// The audio thread only fills the session's ring; the requests come from the main queue's
+// timer and the HTTP thread's completions, so nothing on the audio thread allocates a request
+// or waits for the HTTP worker's lock.
+class ServerSessionThreadTest : public ::testing::Test {
+protected:
+  std::shared_ptr<ServerSession> openSession() {
+    auto session =
+        ServerSession::open(LocalServer::transcriptionEndpoint(), "", "", http, &env.queue);
+    http.answerNext(201, R"({"id":"s1"})");
+    return session;
+  }
+  void appendOnAudioThread(ServerSession &session, std::size_t samples, std::int16_t first = 0) {
+    std::thread audio([&] {
+      audioThread = std::this_thread::get_id();
+      for (std::size_t at = 0; at < samples; at += 500) {
+        std::vector<std::int16_t> block(std::min<std::size_t>(500, samples - at));
+        for (std::size_t i = 0; i < block.size(); ++i)
+          block[i] = static_cast<std::int16_t>(first + at + i);
+        session.append(block);
+      }
+    });
+    audio.join();
+  }
+  std::vector<std::string> urls() const {
+    std::vector<std::string> seen;
+    for (const auto &sent : http.sent())
+      seen.push_back(sent.request.method + " " +
+                     sent.request.url.substr(sent.request.url.find("/v1")));
+    return seen;
+  }
+
+  FakeEnvironment env;
+  RecordingHttpSender http;
+  std::thread::id audioThread;
+};
+
+TEST_F(ServerSessionThreadTest, ChunksAreMadeOnTheMainQueueAndTheHttpThreadNeverOnTheAudioThread) {
+  auto session = openSession();
+  appendOnAudioThread(*session, 3 * ServerSession::kChunkSamples);
+  EXPECT_EQ(http.count(), 1u); // the open; the audio waits in the ring
+  env.queue.advance(ServerSession::kPumpInterval);
+  ASSERT_EQ(http.count(), 2u); // all that piled up goes as one chunk
+  appendOnAudioThread(*session, ServerSession::kChunkSamples / 2, 12000);
+  EXPECT_TRUE(http.answerNext(204)); // less than a chunk waits: the completion sends nothing
+  env.queue.advance(ServerSession::kPumpInterval);
+  EXPECT_EQ(http.count(), 2u);
+  std::optional<Result> result;
+  session->finish(5, [&](Result r) { result = std::move(r); }); // the rest goes at once
+  EXPECT_TRUE(http.answerNext(204));
+  EXPECT_TRUE(http.answerNext(200, R"({"text":"said"})"));
+  ASSERT_TRUE(result && result->ok());
+  EXPECT_EQ(result->value(), "said");
+
+  EXPECT_EQ(urls(), (std::vector<std::string>{"POST /v1/sessions", "PUT /v1/sessions/s1/audio/0",
+                                              "PUT /v1/sessions/s1/audio/1",
+                                              "POST /v1/sessions/s1/finish"}));
+  auto sent = http.sent();
+  std::string audio = sent[1].request.body + sent[2].request.body;
+  ASSERT_EQ(audio.size(), 14000u * 2);
+  for (std::size_t i = 0; i < 14000; ++i)
+    ASSERT_EQ(static_cast<std::uint8_t>(audio[2 * i]) | static_cast<std::uint8_t>(audio[2 * i + 1])
+                                                            << 8,
+              i);
+  for (const auto &request : sent)
+    EXPECT_NE(request.thread, audioThread) << request.request.url;
+  EXPECT_EQ(env.queue.pendingCount(), 0u); // no timer outlives the streaming
+}
+
+// A server that stops taking chunks must not make the ring grow without bound: once it is
+// full the session fails, ends on the server and sends the caller to the whole file.
+TEST_F(ServerSessionThreadTest, ASessionThatFallsBehindFailsAndEndsOnTheServer) {
+  auto session = openSession();
+  appendOnAudioThread(*session, ServerSession::kChunkSamples);
+  env.queue.advance(ServerSession::kPumpInterval); // chunk 0, never answered
+  appendOnAudioThread(*session, ServerSession::kBufferSamples + 1);
+  std::optional<Result> result;
+  session->finish(5, [&](Result r) { result = std::move(r); });
+  EXPECT_FALSE(result); // the chunk under way decides
+  EXPECT_TRUE(http.answerNext(204));
+  ASSERT_TRUE(result && !result->ok());
+  EXPECT_EQ(describe(result->error()), "the session fell behind the audio");
+  EXPECT_EQ(urls().back(), "DELETE /v1/sessions/s1");
+  EXPECT_EQ(http.count(), 3u);
 }
 
 } // namespace

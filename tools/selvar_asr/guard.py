@@ -77,7 +77,8 @@ class RequestGuard:
 
 class RequestLog:
     """Writes one line per request with its status and, for transcriptions, the seconds of
-    audio and of inference that the handler left in the request state."""
+    audio and of inference that the handler left in the request state. A request the handler
+    marked as counted in a session's summary gets no line of its own when it succeeds."""
 
     def __init__(self, app: ASGIApp, logger: log.Logger = log.write) -> None:
         self.app = app
@@ -102,10 +103,12 @@ class RequestLog:
         finally:
             if state.get("departed"):
                 status = "departed"
-            self.log(f"request method={scope['method']} path={scope['path']} status={status} "
-                     f"audio_seconds={_seconds(state.get('audio_seconds'))} "
-                     f"inference_seconds={_seconds(state.get('inference_seconds'))} "
-                     f"total_seconds={time.monotonic() - began:.3f}")
+            if not (state.get("in_session_summary") and _succeeded(status)):
+                self.log(f"request method={scope['method']} path={scope['path']} "
+                         f"status={status} "
+                         f"audio_seconds={_seconds(state.get('audio_seconds'))} "
+                         f"inference_seconds={_seconds(state.get('inference_seconds'))} "
+                         f"total_seconds={time.monotonic() - began:.3f}")
 
 
 def _declared_length(headers: Headers) -> int:
@@ -113,6 +116,10 @@ def _declared_length(headers: Headers) -> int:
         return int(headers.get("content-length", "0"))
     except ValueError:
         return 0
+
+
+def _succeeded(status: int | str) -> bool:
+    return isinstance(status, int) and 200 <= status < 300
 
 
 def _seconds(value: float | None) -> str:

@@ -10,6 +10,9 @@ with the text before it as the prompt, so that at the end only the tail is left 
 A chunk sent again (same n) is accepted and ignored, so a retried request is harmless; a gap
 is refused (409), and the client then falls back to sending the whole file. A session that
 hears nothing for IDLE_SECONDS is forgotten and its work dropped: its later requests get 404.
+
+Chunks come four a second while the user speaks, so the request log leaves out the ones taken
+and the session's end writes one line for them all; refused or departed chunks keep their own.
 """
 
 import asyncio
@@ -56,7 +59,7 @@ class Session:
     texts: list[str] = field(default_factory=list)
     work: asyncio.Task | None = None
     failure: ApiError | None = None
-    pieces_cut: int = 0
+    pieces: int = 0
 
     def context(self) -> str | None:
         spoken = " ".join(self.texts).strip()
@@ -90,7 +93,7 @@ class Sessions:
 
     def close_all(self) -> None:
         for session in list(self._open.values()):
-            self._end(session, "server stopping")
+            self._end(session, "server_stopping")
 
     # Handlers.
 
@@ -125,7 +128,7 @@ class Sessions:
         if len(data) % 2:
             raise ApiError(400, "audio chunks hold whole 16-bit samples", code="invalid_audio")
         if session.received + len(data) > MAX_SESSION_SECONDS * SAMPLE_RATE * 2:
-            self._end(session, "too long")
+            self._end(session, "too_long")
             raise ApiError(413, f"a session holds at most {MAX_SESSION_SECONDS} seconds",
                            code="session_too_long")
         session.next_chunk += 1
@@ -134,27 +137,34 @@ class Sessions:
         samples = np.frombuffer(data, dtype="<i2").astype(np.float32) / 32768.0
         session.pending = np.concatenate([session.pending, samples])
         self._cut(session)
+        request.state.in_session_summary = True
         return Response(status_code=204)
 
     async def _finish(self, request: Request) -> Response:
         session = self._find(request)
         began = time.monotonic()
+        status = "failed"
         try:
-            if session.work is not None:
-                await session.work
-            if session.failure:
-                raise session.failure
-            tail = session.pending
-            session.pending = tail[:0]
-            if tail.size:
-                await self._transcribe(session, tail)
+            await self._rest(session)
+            status = "finished"
         finally:
-            self._open.pop(session.id, None)
+            if self._open.pop(session.id, None) is not None:
+                self._summarise(session, status)
         request.state.audio_seconds = session.received / 2 / SAMPLE_RATE
         request.state.inference_seconds = time.monotonic() - began
-        self._log(f"session finished: id={session.id[:8]} pieces={session.pieces_cut + 1} "
-                  f"audio_seconds={session.received / 2 / SAMPLE_RATE:.2f}")
         return JSONResponse({"text": session.text()})
+
+    async def _rest(self, session: Session) -> None:
+        """Waits for the pieces and transcribes the tail; a failure of either reaches the
+        client, which then sends the whole file rather than a text with a hole in it."""
+        if session.work is not None:
+            await session.work
+        if session.failure is None and session.pending.size:
+            tail, session.pending = session.pending, session.pending[:0]
+            session.pieces += 1
+            await self._transcribe(session, tail)
+        if session.failure:
+            raise session.failure
 
     async def _delete(self, request: Request) -> Response:
         session = self._open.get(request.path_params["id"])
@@ -167,7 +177,7 @@ class Sessions:
     def _cut(self, session: Session) -> None:
         while (at := pieces.find_cut(session.pending)) is not None:
             piece, session.pending = session.pending[:at], session.pending[at:]
-            session.pieces_cut += 1
+            session.pieces += 1
             session.work = asyncio.ensure_future(self._after(session.work, session, piece))
 
     async def _after(self, previous: asyncio.Task | None, session: Session,
@@ -211,11 +221,19 @@ class Sessions:
             if now - session.touched > self._idle:
                 self._end(session, "idle")
 
-    def _end(self, session: Session, why: str) -> None:
-        self._open.pop(session.id, None)
+    def _end(self, session: Session, status: str) -> None:
+        if self._open.pop(session.id, None) is None:
+            return
         if session.work is not None and not session.work.done():
             session.work.cancel()
-        self._log(f"session ended: id={session.id[:8]} reason={why}")
+        self._summarise(session, status)
+
+    def _summarise(self, session: Session, status: str) -> None:
+        """The one line for all of a session's chunks, written when it ends for any reason."""
+        self._log(f"session ended: id={session.id[:8]} status={status} "
+                  f"chunks={session.next_chunk} "
+                  f"audio_seconds={session.received / 2 / SAMPLE_RATE:.2f} "
+                  f"pieces={session.pieces}")
 
 
 async def _json(request: Request) -> dict:

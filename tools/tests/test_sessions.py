@@ -132,7 +132,7 @@ def test_cancel_stops_the_running_piece_and_ends_the_session(serve):
     wait_until(lambda: running.backend.active == 0)  # stopped without its gate opening
     assert session.put(session.sent, pcm(tone(0.1))).status_code == 404
     assert session.finish().json()["error"]["code"] == "session_not_found"
-    assert any("reason=cancelled" in line for line in running.logs)
+    assert any("status=cancelled" in line for line in running.logs)
 
 
 def test_a_vanished_client_is_forgotten_and_its_work_dropped(serve):
@@ -149,18 +149,55 @@ def test_a_vanished_client_is_forgotten_and_its_work_dropped(serve):
 
     wait_until(another_session_opens)
     assert gone.finish().status_code == 404
-    assert any("reason=idle" in line for line in running.logs)
+    assert any("status=idle" in line for line in running.logs)
 
 
-def test_failures_reach_the_finish_so_the_client_can_fall_back(serve):
+@pytest.mark.parametrize("layout, calls", [
+    ([tone(4.0), quiet(0.5), tone(0.5)], 1),  # a piece fails: the tail is not tried
+    ([tone(2.0)], 1),                          # only the tail, and it fails
+])
+def test_failures_reach_the_finish_so_the_client_can_fall_back(serve, layout, calls):
     running = serve(backend=FakeBackend(fail=RuntimeError("out of memory")))
     running.wait_ready()
     session = Client(running)
-    session.send(np.concatenate([tone(4.0), quiet(0.5), tone(0.5)]))
+    session.send(np.concatenate(layout))
     reply = session.finish()
     assert reply.status_code == 500
     assert reply.json()["error"]["code"] == "inference_failed"
-    assert len(running.backend.calls) == 1  # the tail is not tried after a failed piece
+    assert len(running.backend.calls) == calls
+
+
+def request_lines(running) -> list[str]:
+    return [line.split(" audio_seconds=")[0] for line in running.logs
+            if line.startswith("request ")]
+
+
+@pytest.mark.parametrize("ending, status", [
+    ("finish", "finished"),
+    ("delete", "cancelled"),
+])
+def test_a_sessions_chunks_are_logged_as_one_line_when_it_ends(serve, ending, status):
+    running = serve()
+    running.wait_ready()
+    session = Client(running)
+    session.send(np.concatenate([tone(4.0), quiet(0.5), tone(1.0)]))  # 55 chunks
+    wait_until(lambda: len(running.backend.calls) == 1)
+    assert session.put(session.sent + 1, b"\0\0").status_code == 409  # a gap keeps its line
+    if ending == "finish":
+        assert session.finish().status_code == 200
+        end = f"request method=POST path=/v1/sessions/{session.id}/finish status=200"
+    else:
+        assert session.http.delete(f"/v1/sessions/{session.id}").status_code == 204
+        end = f"request method=DELETE path=/v1/sessions/{session.id} status=204"
+    # Each line is written once its reply is out, so the last may trail the reply.
+    wait_until(lambda: len(request_lines(running)) == 3)
+    assert request_lines(running) == [
+        "request method=POST path=/v1/sessions status=201",
+        f"request method=PUT path=/v1/sessions/{session.id}/audio/56 status=409", end]
+    pieces = 2 if ending == "finish" else 1  # a cancelled session leaves its tail alone
+    assert [line for line in running.logs if line.startswith("session ended:")] == [
+        f"session ended: id={session.id[:8]} status={status} chunks=55 audio_seconds=5.50 "
+        f"pieces={pieces}"]
 
 
 @pytest.mark.parametrize("headers, body, status", [
