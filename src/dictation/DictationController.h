@@ -138,7 +138,7 @@ private:
   void sendRecording(int gen);
   void sendWholeRecording(int gen, const std::filesystem::path &wav);
   void sessionReplied(int gen, const std::filesystem::path &wav,
-                      const std::shared_ptr<TranscriptionSession> &session, ServerReply reply);
+                      const std::weak_ptr<TranscriptionSession> &session, ServerReply reply);
   void serverReplied(int gen, std::optional<std::filesystem::path> wav, ServerReply reply);
   void keepFailedRecording(const std::filesystem::path &wav);
   void discardRecorder();

@@ -90,8 +90,10 @@ void DictationController::sendRecording(int gen) {
   }
   inFlightWav_ = wav;
   if (session_) {
+    // The session keeps this completion until it answers, so it must not own the session.
     session_->finish(kRequestTimeout, [this, life = std::weak_ptr<int>(lifetime_), q = &queue(),
-                                       gen, wav = *wav, session = session_](ServerReply reply) {
+                                       gen, wav = *wav,
+                                       session = std::weak_ptr(session_)](ServerReply reply) {
       q->async([this, life, gen, wav, session, reply = std::move(reply)] {
         if (!life.expired()) sessionReplied(gen, wav, session, reply);
       });
@@ -102,9 +104,9 @@ void DictationController::sendRecording(int gen) {
 }
 
 void DictationController::sessionReplied(int gen, const fs::path &wav,
-                                         const std::shared_ptr<TranscriptionSession> &session,
+                                         const std::weak_ptr<TranscriptionSession> &session,
                                          ServerReply reply) {
-  if (session_ == session) session_.reset();
+  if (session_ && session.lock() == session_) session_.reset();
   std::error_code ec;
   // Only a failed session of the current utterance is worth a second request: an empty text
   // would come back empty, and a superseded utterance has nowhere to put its text.

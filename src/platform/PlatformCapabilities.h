@@ -19,7 +19,7 @@ struct PlatformCapabilities {
   // Mac's names and symbols (Option, Command, "⌃⌥V").
   bool pcKeyNames = false;
   // How to start a local rewrite server by hand here; empty: the built-in endpoint's command.
-  std::string rewriteStartCommand;
+  std::string rewriteStartCommand{};
 };
 
 const PlatformCapabilities &platformCapabilities();

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <set>
+#include <unicode/uscript.h>
 #include <unicode/unistr.h>
+#include <unicode/utf8.h>
 #include <vector>
 
 namespace selvar::RewriteScreen {
@@ -137,6 +139,47 @@ double wordOverlap(std::string_view candidate, std::string_view original) {
   return static_cast<double>(kept) / static_cast<double>(reply.size());
 }
 
+namespace {
+
+// Han, kana and Hangul mix within one East Asian text, so they count as one writing system.
+UScriptCode writingSystem(UScriptCode script) {
+  switch (script) {
+  case USCRIPT_HIRAGANA:
+  case USCRIPT_KATAKANA:
+  case USCRIPT_HANGUL:
+  case USCRIPT_BOPOMOFO:
+    return USCRIPT_HAN;
+  default:
+    return script;
+  }
+}
+
+std::set<UScriptCode> writingSystems(std::string_view text) {
+  std::set<UScriptCode> found;
+  const auto *bytes = reinterpret_cast<const uint8_t *>(text.data());
+  auto length = static_cast<int32_t>(text.size());
+  for (int32_t i = 0; i < length;) {
+    UChar32 c;
+    U8_NEXT(bytes, i, length, c);
+    if (c < 0) continue;
+    UErrorCode status = U_ZERO_ERROR;
+    UScriptCode script = uscript_getScript(c, &status);
+    if (U_FAILURE(status) || script == USCRIPT_COMMON || script == USCRIPT_INHERITED) continue;
+    found.insert(writingSystem(script));
+  }
+  return found;
+}
+
+} // namespace
+
+std::optional<std::string> newWritingSystem(std::string_view candidate,
+                                            std::string_view original) {
+  auto said = writingSystems(original);
+  for (UScriptCode script : writingSystems(candidate))
+    if (!said.contains(script)) return std::string(uscript_getName(script));
+  return std::nullopt;
+}
+
 std::optional<std::string_view> chatterOpening(std::string_view candidate,
                                                std::string_view original) {
   std::string reply = lowerAscii(trimWhitespace(candidate));
@@ -158,6 +201,9 @@ Verdict screen(std::string_view reply, std::string_view original) {
   if (lineBreaks(text) > lineBreaks(original))
     return {text, fmt::format("added line breaks ({} where the text had {})", lineBreaks(text),
                               lineBreaks(original))};
+  // Small models drift into another language's letters mid-reply; no cleanup does that.
+  if (auto script = newWritingSystem(text, original))
+    return {text, fmt::format("writing system the dictation did not use ({})", *script)};
   if (auto opening = chatterOpening(text, original))
     return {text, fmt::format("assistant opening \"{}\"", *opening)};
   // One word of the reply may be new whatever the length, so that a homophone fixed in a

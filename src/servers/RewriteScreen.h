@@ -43,6 +43,10 @@ std::string clean(std::string_view reply);
 // Length of the candidate over the original's, in characters; 1 for an empty original.
 double lengthRatio(std::string_view candidate, std::string_view original);
 double wordOverlap(std::string_view candidate, std::string_view original);
+// The name of a writing system (script) the candidate uses and the original does not, if any;
+// Han, kana and Hangul count as one.
+std::optional<std::string> newWritingSystem(std::string_view candidate,
+                                            std::string_view original);
 // The chatter opening the candidate starts with and the original does not.
 std::optional<std::string_view> chatterOpening(std::string_view candidate,
                                                std::string_view original);

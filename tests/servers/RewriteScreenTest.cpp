@@ -23,7 +23,9 @@ void expectVerdicts(const std::vector<Case> &cases) {
     auto verdict = screen(c.reply, c.original);
     if (c.rejection.empty()) {
       EXPECT_TRUE(verdict.accepted()) << c.name << ": " << verdict.rejection;
-      if (!c.text.empty()) EXPECT_EQ(verdict.text, c.text) << c.name;
+      if (!c.text.empty()) {
+        EXPECT_EQ(verdict.text, c.text) << c.name;
+      }
     } else {
       EXPECT_TRUE(verdict.rejection.starts_with(c.rejection))
           << c.name << ": got \"" << verdict.rejection << "\"";
@@ -49,6 +51,12 @@ TEST(RewriteScreenTest, ChatterOfAPlausibleLengthIsRejected) {
        "assistant opening \"here's\""},
       {"an answer instead of a correction", "what time does the train to Basel leave tonight",
        "The train schedule depends on the operator; check the timetable online.", "word overlap"},
+      {"letters of another language after the text",
+       "the budget meeting moved to thursday no sorry friday at ten",
+       "The budget meeting moved to Thursday, no sorry. สธรายแ"
+       "ด้ตายน สธรายแด้"
+       "ตายน สธ",
+       "writing system the dictation did not use (Thai)"},
       {"answer at twice the length", "is it going to rain today",
        "I don't have access to real-time weather data, but you can check a forecast service.",
        "length ratio"},
@@ -80,6 +88,8 @@ TEST(RewriteScreenTest, HonestRewritesPass) {
        "Sure, I can do that. Here's the plan.", ""},
       {"line breaks the text already had", "first line\nsecond line", "First line.\nSecond line.",
        ""},
+      {"Japanese kept in its own mix of scripts", "きょうは会議",
+       "今日はミーティング。", ""},
       {"label and quotes", "call anna at five", "Corrected text: \"Call Anna at five.\"", "",
        "Call Anna at five."},
   });

@@ -174,6 +174,11 @@ class FasterWhisperBackend:
     def transcribe(self, audio: np.ndarray, options: Options,
                    stop: threading.Event) -> Transcript:
         self._stop = stop  # jobs run one at a time on the engine's single worker
+        # The temperature fallback samples: seeding each request gives the same audio the same
+        # text, whatever the requests before it drew.
+        import ctranslate2
+
+        ctranslate2.set_random_seed(0)
         try:
             return self._transcribe(audio, options, stop)
         finally:
