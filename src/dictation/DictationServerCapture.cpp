@@ -91,13 +91,13 @@ void DictationController::sendRecording(int gen) {
   inFlightWav_ = wav;
   if (session_) {
     // The session keeps this completion until it answers, so it must not own the session.
-    session_->finish(kRequestTimeout, [this, life = std::weak_ptr<int>(lifetime_), q = &queue(),
-                                       gen, wav = *wav,
-                                       session = std::weak_ptr(session_)](ServerReply reply) {
-      q->async([this, life, gen, wav, session, reply = std::move(reply)] {
-        if (!life.expired()) sessionReplied(gen, wav, session, reply);
-      });
-    });
+    session_->finish(kRequestTimeout,
+                     [this, life = std::weak_ptr<int>(lifetime_), q = &queue(), gen, wav = *wav,
+                      session = std::weak_ptr(session_)](ServerReply reply) {
+                       q->async([this, life, gen, wav, session, reply = std::move(reply)] {
+                         if (!life.expired()) sessionReplied(gen, wav, session, reply);
+                       });
+                     });
     return;
   }
   sendWholeRecording(gen, *wav);

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <set>
-#include <unicode/uscript.h>
 #include <unicode/unistr.h>
+#include <unicode/uscript.h>
 #include <unicode/utf8.h>
 #include <vector>
 
@@ -172,8 +172,7 @@ std::set<UScriptCode> writingSystems(std::string_view text) {
 
 } // namespace
 
-std::optional<std::string> newWritingSystem(std::string_view candidate,
-                                            std::string_view original) {
+std::optional<std::string> newWritingSystem(std::string_view candidate, std::string_view original) {
   auto said = writingSystems(original);
   for (UScriptCode script : writingSystems(candidate))
     if (!said.contains(script)) return std::string(uscript_getName(script));

@@ -45,8 +45,7 @@ double lengthRatio(std::string_view candidate, std::string_view original);
 double wordOverlap(std::string_view candidate, std::string_view original);
 // The name of a writing system (script) the candidate uses and the original does not, if any;
 // Han, kana and Hangul count as one.
-std::optional<std::string> newWritingSystem(std::string_view candidate,
-                                            std::string_view original);
+std::optional<std::string> newWritingSystem(std::string_view candidate, std::string_view original);
 // The chatter opening the candidate starts with and the original does not.
 std::optional<std::string_view> chatterOpening(std::string_view candidate,
                                                std::string_view original);

@@ -1,9 +1,8 @@
 #include "records/History.h"
 
 #include "platform/fake/FakeEnvironment.h"
-#include "records/RecordTestSupport.h"
-
 #include "records/Log.h"
+#include "records/RecordTestSupport.h"
 #include "support/FifoTrap.h"
 
 #include <gmock/gmock.h>
@@ -153,7 +152,8 @@ TEST_F(HistoryTest, FifosInPlaceOfRecordFilesArePassedOverWithoutBlocking) {
   fs::path fifo = dir / "2025-01-02.jsonl";
   ASSERT_TRUE(testing::makeFifo(fifo));
   std::vector<History::Utterance> recent;
-  ASSERT_TRUE(testing::returnsWithoutBlocking(fifo, [&] { recent = History::recentUtterances(5); }));
+  ASSERT_TRUE(
+      testing::returnsWithoutBlocking(fifo, [&] { recent = History::recentUtterances(5); }));
   EXPECT_THAT(texts(recent), ElementsAreArray({"kept"}));
   fs::path logFifo = Log::directory() / "selvar.log";
   fs::create_directories(logFifo.parent_path());

@@ -220,7 +220,6 @@ TEST_F(LocalServerTest, ARealServerThatNeverAnswersKeepsRunningUntilStopped) {
   EXPECT_TRUE(processGone(*pid));
 }
 
-
 // A llama.cpp-style server holds its model list while it generates: a probe then times out
 // although the server is fine. Soon after an answer that is "busy"; long after, "down".
 TEST_F(LocalServerTest, ASlowProbeSoonAfterAnAnswerIsBusyNotDown) {

@@ -88,8 +88,7 @@ TEST(RewriteScreenTest, HonestRewritesPass) {
        "Sure, I can do that. Here's the plan.", ""},
       {"line breaks the text already had", "first line\nsecond line", "First line.\nSecond line.",
        ""},
-      {"Japanese kept in its own mix of scripts", "きょうは会議",
-       "今日はミーティング。", ""},
+      {"Japanese kept in its own mix of scripts", "きょうは会議", "今日はミーティング。", ""},
       {"label and quotes", "call anna at five", "Corrected text: \"Call Anna at five.\"", "",
        "Call Anna at five."},
   });

@@ -39,7 +39,6 @@ private:
   std::optional<std::string> display_, runtime_;
 };
 
-
 // Without a compositor both adapters stay unavailable, refuse quietly and say why once.
 TEST(WaylandAdaptersTest, WithoutACompositorNothingIsSentAndTheLogSaysWhy) {
   FakeEnvironment env;
