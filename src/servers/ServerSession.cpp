@@ -179,9 +179,7 @@ void ServerSession::sendChunk(std::unique_lock<std::mutex> &lock, std::size_t sa
   lock.unlock();
   http_.send(std::move(request), [self = shared_from_this()](HttpReply reply) {
     std::unique_lock relock(self->mutex_);
-    self->sending_ = false;
-    if (!reply.isSuccess()) return self->fail(relock, failureOf(reply));
-    self->pump(relock);
+    if (self->settled(relock, reply)) self->pump(relock);
   });
 }
 
@@ -194,13 +192,19 @@ void ServerSession::sendFinish(std::unique_lock<std::mutex> &lock) {
   lock.unlock();
   http_.send(std::move(request), [self = shared_from_this()](HttpReply reply) {
     std::unique_lock relock(self->mutex_);
-    self->sending_ = false;
-    if (!reply.isSuccess()) return self->fail(relock, failureOf(reply));
+    if (!self->settled(relock, reply)) return;
     self->id_.reset(); // the server ended the session with its answer
     auto done = std::exchange(self->completion_, nullptr);
     relock.unlock();
     if (done) done(TranscriptionClient::parseReply(reply.body, reply.status));
   });
+}
+
+bool ServerSession::settled(std::unique_lock<std::mutex> &lock, const HttpReply &reply) {
+  sending_ = false;
+  if (reply.isSuccess()) return true;
+  fail(lock, failureOf(reply));
+  return false;
 }
 
 void ServerSession::fail(std::unique_lock<std::mutex> &lock, ServerFailure failure) {

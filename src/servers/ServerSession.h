@@ -69,6 +69,8 @@ private:
   void pump(std::unique_lock<std::mutex> &lock);
   void sendChunk(std::unique_lock<std::mutex> &lock, std::size_t samples);
   void sendFinish(std::unique_lock<std::mutex> &lock);
+  // Ends the wait for a request's reply; a failed reply fails the session (false).
+  bool settled(std::unique_lock<std::mutex> &lock, const HttpReply &reply);
   void fail(std::unique_lock<std::mutex> &lock, ServerFailure failure);
   void deleteOnServer(const std::string &id);
   std::optional<std::string> url(const std::string &suffix) const;
