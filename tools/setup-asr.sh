@@ -36,18 +36,8 @@ if [ "$(uname -s)" = Darwin ] && [ "$(uname -m)" = arm64 ]; then
   runtime_files+=("$requirements/asr-mlx.txt")
 fi
 
-python_ok() { "$1" -c 'import sys; sys.exit(sys.version_info < (3, 11))' 2>/dev/null; }
-
-find_python() {
-  local candidate
-  for candidate in ${SELVAR_PYTHON:-} python3.13 python3.12 python3.11 python3; do
-    if command -v "$candidate" >/dev/null && python_ok "$candidate"; then
-      command -v "$candidate"
-      return 0
-    fi
-  done
-  return 1
-}
+# shellcheck source=lib/python.sh
+source "$here/lib/python.sh"
 
 # Rebuilds the environment around the models folder, which the venv module would delete.
 make_venv() {

@@ -29,18 +29,8 @@ done
 rewrite_home=${SELVAR_REWRITE_HOME:-$HOME/.local/share/selvar/rewrite}
 venv_python="$rewrite_home/bin/python"
 
-python_ok() { "$1" -c 'import sys; sys.exit(sys.version_info < (3, 11))' 2>/dev/null; }
-
-find_python() {
-  local candidate
-  for candidate in ${SELVAR_PYTHON:-} python3.13 python3.12 python3.11 python3; do
-    if command -v "$candidate" >/dev/null && python_ok "$candidate"; then
-      command -v "$candidate"
-      return 0
-    fi
-  done
-  return 1
-}
+# shellcheck source=lib/python.sh
+source "$here/lib/python.sh"
 
 make_venv() {
   local python

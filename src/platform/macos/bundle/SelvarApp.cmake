@@ -30,14 +30,17 @@ file(GLOB selvar_server_requirements CONFIGURE_DEPENDS "${selvar_tools}/requirem
 set(selvar_resources "")
 if(EXISTS "${selvar_tools}/asr-server.py")
   set(selvar_server_scripts "${selvar_tools}/asr-server.py" "${selvar_tools}/setup-asr.sh")
+  set(selvar_setup_library "${selvar_tools}/lib/python.sh")
   list(APPEND selvar_resources ${selvar_server_scripts} ${selvar_server_modules}
-    ${selvar_server_requirements})
+    ${selvar_server_requirements} ${selvar_setup_library})
   set_source_files_properties(${selvar_server_scripts} PROPERTIES
     MACOSX_PACKAGE_LOCATION Resources)
   set_source_files_properties(${selvar_server_modules} PROPERTIES
     MACOSX_PACKAGE_LOCATION Resources/selvar_asr)
   set_source_files_properties(${selvar_server_requirements} PROPERTIES
     MACOSX_PACKAGE_LOCATION Resources/requirements)
+  set_source_files_properties(${selvar_setup_library} PROPERTIES
+    MACOSX_PACKAGE_LOCATION Resources/lib)
 else()
   message(WARNING "tools/asr-server.py is missing: Selvar.app will have no transcription server")
 endif()
