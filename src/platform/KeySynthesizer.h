@@ -12,6 +12,10 @@ public:
   // down, holds for holdSeconds (blocking the caller) and posts the up. False, with nothing
   // posted, when either event cannot be created.
   virtual bool postKeystroke(int keyCode, std::uint64_t flags, double holdSeconds) = 0;
+  // Whether keystrokes can reach other applications at all in this session. False where the
+  // desktop offers no way (a Wayland compositor without a virtual keyboard, a refused
+  // remote-desktop grant): dictated text is then only copied, and the user is told so.
+  virtual bool canPostKeystrokes() const { return true; }
 };
 
 } // namespace selvar

@@ -29,6 +29,7 @@ public:
 class NoKeySynthesizer : public KeySynthesizer {
 public:
   bool postKeystroke(int, std::uint64_t, double) override { return false; }
+  bool canPostKeystrokes() const override { return false; }
 };
 
 // No X server is asked: the trigger source decides what works, and there is no grant to wait
