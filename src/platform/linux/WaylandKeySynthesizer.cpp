@@ -115,7 +115,14 @@ void WaylandKeySynthesizer::send(const VirtualKeyStep &step) {
 }
 
 bool WaylandKeySynthesizer::postKeystroke(int keyCode, std::uint64_t flags, double holdSeconds) {
-  if (!keyboard_) return false;
+  if (!pressKeystroke(keyCode, flags)) return false;
+  // The compositor stamps nothing itself: the target sees the hold only if it really passes.
+  std::this_thread::sleep_for(std::chrono::duration<double>(holdSeconds));
+  return releaseKeystroke();
+}
+
+bool WaylandKeySynthesizer::pressKeystroke(int keyCode, std::uint64_t flags) {
+  if (!keyboard_ || !held_.empty()) return false;
   auto chord = planChord(keyCode, flags, masks_);
   if (!chord) return false;
   for (const auto &step : chord->press)
@@ -124,10 +131,15 @@ bool WaylandKeySynthesizer::postKeystroke(int keyCode, std::uint64_t flags, doub
     Log::write(std::string("keystroke: the compositor connection failed: ") + std::strerror(errno));
     return false;
   }
-  // The compositor stamps nothing itself: the target sees the hold only if it really passes.
-  std::this_thread::sleep_for(std::chrono::duration<double>(holdSeconds));
-  for (const auto &step : chord->release)
+  held_ = chord->release;
+  return true;
+}
+
+bool WaylandKeySynthesizer::releaseKeystroke() {
+  if (!keyboard_ || held_.empty()) return false;
+  for (const auto &step : held_)
     send(step);
+  held_.clear();
   // Also takes in what the compositor sent meanwhile, so its messages never pile up unread.
   return connection_->roundtrip();
 }

@@ -10,6 +10,7 @@
 #include "platform/linux/WaylandConnection.h"
 
 #include <memory>
+#include <vector>
 
 struct wl_seat;
 struct zwp_virtual_keyboard_manager_v1;
@@ -25,6 +26,10 @@ public:
   // The compositor offers virtual keyboards and this one is ready to type.
   bool available() const { return keyboard_ != nullptr; }
   bool postKeystroke(int keyCode, std::uint64_t flags, double holdSeconds) override;
+  // The two halves of a keystroke, for a hold whose end is not known in advance: the chord
+  // stays down until releaseKeystroke(). False when nothing was sent.
+  bool pressKeystroke(int keyCode, std::uint64_t flags);
+  bool releaseKeystroke();
 
 private:
   bool uploadKeymap();
@@ -36,6 +41,7 @@ private:
   zwp_virtual_keyboard_v1 *keyboard_ = nullptr;
   ModifierMasks masks_;
   std::uint32_t modifiers_ = 0;
+  std::vector<VirtualKeyStep> held_; // the release steps of the chord that is down
 };
 
 } // namespace selvar
