@@ -96,7 +96,8 @@ as_session() {
   shift
   spawn "$name" "${as_user[@]}" "${session_env[@]}" ${WL:+WAYLAND_DISPLAY="$WL"} "$@"
 }
-in_session() { "${as_user[@]}" "${session_env[@]}" WAYLAND_DISPLAY="$WL" "$@"; }
+# in_session COMMAND...: a short command of the session user, bounded in case sway hangs.
+in_session() { timeout 20 "${as_user[@]}" "${session_env[@]}" WAYLAND_DISPLAY="$WL" "$@"; }
 probe() { in_session SELVAR_HOME="$T/probe-home" "$T/selvar_wayland_probe" "$@"; }
 
 # --- the pieces ----------------------------------------------------------------------------
@@ -202,7 +203,8 @@ start_wayland_selvar() {
 press_trigger() {
   rm -f "$T/trigger.in" "$T/trigger.out"
   mkfifo "$T/trigger.in"
-  probe hold-key $F9 <"$T/trigger.in" >"$T/trigger.out" 2>>"$T/probe.log" &
+  timeout 120 "${as_user[@]}" "${session_env[@]}" WAYLAND_DISPLAY="$WL" SELVAR_HOME="$T/probe-home" \
+    "$T/selvar_wayland_probe" hold-key $F9 <"$T/trigger.in" >"$T/trigger.out" 2>>"$T/probe.log" &
   TRIGGER_PROBE=$!
   exec 7>"$T/trigger.in"
   wait_for 5 "the trigger key to go down" grep -q '^down' "$T/trigger.out"
@@ -263,7 +265,7 @@ wayland_hold_attempt() {
     shoot pill-speaking # the meter moving with the voice
   fi
   wait "$player"
-  sleep 0.3
+  sleep 0.5 # the end of the sentence still on its way through the sound server on a busy machine
   release_trigger
   stop_listening
   wait_for_dictation
