@@ -248,6 +248,9 @@ check_pill_gone() {
 
 # --- the scenarios -------------------------------------------------------------------------
 
+# Not only ASCII: the snapshot and the restore must keep the bytes as they were.
+PREVIOUS_CLIPBOARD="what the user had copied before — café"
+
 # wayland_hold_attempt NAME WAV: hold the trigger, speak, release.
 wayland_hold_attempt() {
   local name=$1 wav=$2 shows
