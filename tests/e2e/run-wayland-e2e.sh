@@ -89,7 +89,7 @@ printf 'autospawn = no\n' >"$T/pulse-client.conf"
 export PULSE_CLIENTCONFIG="$T/pulse-client.conf"
 session_env=(env -i HOME="$T/home" PATH=/usr/bin:/bin XDG_RUNTIME_DIR="$T/run"
   SELVAR_HOME="$SELVAR_HOME" PULSE_SERVER="$PULSE_SERVER" PULSE_CLIENTCONFIG="$PULSE_CLIENTCONFIG"
-  NO_AT_BRIDGE=1 LANG=C.UTF-8)
+  DBUS_SESSION_BUS_ADDRESS="unix:path=$T/run/bus" NO_AT_BRIDGE=1 LANG=C.UTF-8)
 # as_session NAME COMMAND...: a child of the session user, stopped with the others.
 as_session() {
   local name=$1
@@ -115,6 +115,12 @@ F9=0x65 # macOS key codes, as the probe takes them
 F10=0x6D
 KEY_A=0x00
 BACKSPACE=0x33
+
+# The session's own bus, a child of the test, so that stopping Selvar reaches Selvar itself.
+start_session_bus() {
+  as_session bus dbus-daemon --session --nofork --address="unix:path=$T/run/bus"
+  wait_for 10 "the session bus" test -S "$T/run/bus"
+}
 
 start_sway() {
   cat >"$T/sway.conf" <<EOF
@@ -188,7 +194,7 @@ hud_shows() { log_count 'hud shown at'; }
 start_wayland_selvar() {
   write_settings "$(settings_for hold)"
   [ ${#as_user[@]} -eq 0 ] || chown -R selvar-wl: "$SELVAR_HOME"
-  as_session selvar dbus-run-session -- "$T/selvar"
+  as_session selvar "$T/selvar"
   wait_for 30 "Selvar to be ready" logged 'Z ready$'
   wait_for 10 "Selvar's control channel" logged 'control channel listening'
   for line in "desktop backend: wayland" "trigger source: the control command" \
@@ -320,6 +326,7 @@ scenario_wayland_cancel() {
 }
 
 start_server_early
+start_session_bus
 start_sway
 start_session_pulse
 start_wayland_text_window
