@@ -24,6 +24,7 @@
 #include <glib.h>
 #include <iostream>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -38,12 +39,18 @@ int serveForever() {
   return 0;
 }
 
-int key() {
+// Down, a short hold, up: this tool runs no main loop for the synthesizer's own release.
+int typeChord(int code, std::uint64_t flags) {
   selvar::WaylandKeySynthesizer keys;
   if (!keys.available()) return fail("no virtual keyboard on this compositor", 2);
-  if (!keys.postKeystroke(selvar::VirtualKey::v, selvar::ModifierFlag::command, 0.02))
-    return fail("the keystroke was not taken");
+  if (!keys.pressKeystroke(code, flags)) return fail("the keystroke was not taken");
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  if (!keys.releaseKeystroke()) return fail("the release was not taken");
   return 0;
+}
+
+int key() {
+  return typeChord(selvar::VirtualKey::v, selvar::ModifierFlag::command);
 }
 
 double unixSeconds() {
@@ -56,11 +63,7 @@ int keyCode(const std::string &text) {
 }
 
 int tap(int code, bool control) {
-  selvar::WaylandKeySynthesizer keys;
-  if (!keys.available()) return fail("no virtual keyboard on this compositor", 2);
-  if (!keys.postKeystroke(code, control ? selvar::ModifierFlag::control : 0, 0.02))
-    return fail("the key was not taken");
-  return 0;
+  return typeChord(code, control ? selvar::ModifierFlag::control : 0);
 }
 
 int hold(int code) {
