@@ -1,6 +1,11 @@
 // Drives Selvar's own Wayland adapters on the compositor in WAYLAND_DISPLAY, for the
 // end-to-end test:
 //   key                 types the paste chord (Ctrl+V) through the virtual keyboard
+//   tap CODE [ctrl]     taps the key with that macOS key code (0x6D is F10), with Ctrl held
+//                       if asked
+//   hold-key CODE       presses that key, prints "down <unix time>", keeps it down until its
+//                       standard input ends (or a line arrives), releases it and prints
+//                       "up <unix time>" once the compositor has handled the release
 //   print               prints the clipboard's text, read through data-control
 //   hold TEXT           sets the clipboard and serves it until killed
 //   restore-after TEXT  snapshots the clipboard, sets TEXT, restores the snapshot, prints
@@ -13,9 +18,13 @@
 #include "platform/linux/WaylandDataControlClipboard.h"
 #include "platform/linux/WaylandKeySynthesizer.h"
 
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <glib.h>
+#include <iostream>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -30,11 +39,43 @@ int serveForever() {
   return 0;
 }
 
-int key() {
+// Down, a short hold, up: this tool runs no main loop for the synthesizer's own release.
+int typeChord(int code, std::uint64_t flags) {
   selvar::WaylandKeySynthesizer keys;
   if (!keys.available()) return fail("no virtual keyboard on this compositor", 2);
-  if (!keys.postKeystroke(selvar::VirtualKey::v, selvar::ModifierFlag::command, 0.02))
-    return fail("the keystroke was not taken");
+  if (!keys.pressKeystroke(code, flags)) return fail("the keystroke was not taken");
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  if (!keys.releaseKeystroke()) return fail("the release was not taken");
+  return 0;
+}
+
+int key() {
+  return typeChord(selvar::VirtualKey::v, selvar::ModifierFlag::command);
+}
+
+double unixSeconds() {
+  using namespace std::chrono;
+  return duration<double>(system_clock::now().time_since_epoch()).count();
+}
+
+int keyCode(const std::string &text) {
+  return static_cast<int>(std::strtol(text.c_str(), nullptr, 0));
+}
+
+int tap(int code, bool control) {
+  return typeChord(code, control ? selvar::ModifierFlag::control : 0);
+}
+
+int hold(int code) {
+  selvar::WaylandKeySynthesizer keys;
+  if (!keys.available()) return fail("no virtual keyboard on this compositor", 2);
+  if (!keys.pressKeystroke(code, 0)) return fail("the key was not taken");
+  std::printf("down %.6f\n", unixSeconds());
+  std::fflush(stdout);
+  std::string line;
+  std::getline(std::cin, line);
+  if (!keys.releaseKeystroke()) return fail("the release was not taken");
+  std::printf("up %.6f\n", unixSeconds());
   return 0;
 }
 
@@ -71,7 +112,12 @@ int main(int argc, char **argv) {
   std::string mode = argc > 1 ? argv[1] : "";
   std::string text = argc > 2 ? argv[2] : "";
   if (mode == "key") return key();
+  if (mode == "tap" && argc > 2)
+    return tap(keyCode(text), argc > 3 && argv[3] == std::string("ctrl"));
+  if (mode == "hold-key" && argc > 2) return hold(keyCode(text));
   if (mode == "print" || ((mode == "hold" || mode == "restore-after") && argc > 2))
     return clipboard(mode, text);
-  return fail("usage: selvar_wayland_probe key | print | hold TEXT | restore-after TEXT");
+  return fail(
+      "usage: selvar_wayland_probe key | tap CODE [ctrl] | hold-key CODE | print | hold TEXT | "
+      "restore-after TEXT");
 }

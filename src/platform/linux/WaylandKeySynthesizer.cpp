@@ -1,5 +1,6 @@
 #include "platform/linux/WaylandKeySynthesizer.h"
 
+#include "platform/Services.h"
 #include "records/Log.h"
 #include "virtual-keyboard-unstable-v1-client-protocol.h"
 
@@ -8,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <sys/mman.h>
-#include <thread>
 #include <unistd.h>
 #include <wayland-client.h>
 #include <xkbcommon/xkbcommon.h>
@@ -74,6 +74,7 @@ WaylandKeySynthesizer::WaylandKeySynthesizer() {
 }
 
 WaylandKeySynthesizer::~WaylandKeySynthesizer() {
+  cancelTimer(releaseTimer_);
   if (keyboard_) zwp_virtual_keyboard_v1_destroy(keyboard_);
   if (manager_) zwp_virtual_keyboard_manager_v1_destroy(manager_);
   if (seat_) wl_seat_destroy(seat_);
@@ -115,7 +116,16 @@ void WaylandKeySynthesizer::send(const VirtualKeyStep &step) {
 }
 
 bool WaylandKeySynthesizer::postKeystroke(int keyCode, std::uint64_t flags, double holdSeconds) {
-  if (!keyboard_) return false;
+  // A chord still down goes up first, so that two keystrokes never merge into one.
+  if (releaseTimer_) releaseKeystroke();
+  if (!pressKeystroke(keyCode, flags)) return false;
+  // The compositor stamps nothing itself: the target sees the hold only if it really passes.
+  releaseTimer_ = services().mainQueue->scheduleTimer(holdSeconds, [this] { releaseKeystroke(); });
+  return true;
+}
+
+bool WaylandKeySynthesizer::pressKeystroke(int keyCode, std::uint64_t flags) {
+  if (!keyboard_ || !held_.empty()) return false;
   auto chord = planChord(keyCode, flags, masks_);
   if (!chord) return false;
   for (const auto &step : chord->press)
@@ -124,10 +134,16 @@ bool WaylandKeySynthesizer::postKeystroke(int keyCode, std::uint64_t flags, doub
     Log::write(std::string("keystroke: the compositor connection failed: ") + std::strerror(errno));
     return false;
   }
-  // The compositor stamps nothing itself: the target sees the hold only if it really passes.
-  std::this_thread::sleep_for(std::chrono::duration<double>(holdSeconds));
-  for (const auto &step : chord->release)
+  held_ = chord->release;
+  return true;
+}
+
+bool WaylandKeySynthesizer::releaseKeystroke() {
+  cancelTimer(releaseTimer_);
+  if (!keyboard_ || held_.empty()) return false;
+  for (const auto &step : held_)
     send(step);
+  held_.clear();
   // Also takes in what the compositor sent meanwhile, so its messages never pile up unread.
   return connection_->roundtrip();
 }

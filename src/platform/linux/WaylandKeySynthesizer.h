@@ -6,10 +6,12 @@
 // gets Ctrl+V like everything else.
 
 #include "platform/KeySynthesizer.h"
+#include "platform/MainQueue.h"
 #include "platform/linux/VirtualKeyChord.h"
 #include "platform/linux/WaylandConnection.h"
 
 #include <memory>
+#include <vector>
 
 struct wl_seat;
 struct zwp_virtual_keyboard_manager_v1;
@@ -24,7 +26,13 @@ public:
   ~WaylandKeySynthesizer() override;
   // The compositor offers virtual keyboards and this one is ready to type.
   bool available() const { return keyboard_ != nullptr; }
+  // Returns once the key is down; the release follows holdSeconds later from the main queue,
+  // which stays free meanwhile to serve the clipboard that the target asks for on the key-down.
   bool postKeystroke(int keyCode, std::uint64_t flags, double holdSeconds) override;
+  // The two halves of a keystroke, for a hold whose end is not known in advance: the chord
+  // stays down until releaseKeystroke(). False when nothing was sent.
+  bool pressKeystroke(int keyCode, std::uint64_t flags);
+  bool releaseKeystroke();
 
 private:
   bool uploadKeymap();
@@ -36,6 +44,8 @@ private:
   zwp_virtual_keyboard_v1 *keyboard_ = nullptr;
   ModifierMasks masks_;
   std::uint32_t modifiers_ = 0;
+  std::vector<VirtualKeyStep> held_; // the release steps of the chord that is down
+  TimerRef releaseTimer_;
 };
 
 } // namespace selvar
