@@ -158,7 +158,9 @@ public:
 
   StatusMenuState statusMenuState() override { return menuState; }
   std::string toolTip() override { return "tip " + std::to_string(++toolTips); }
-  void insertIntoFrontmost(const std::string &text) override { inserted.push_back(text); }
+  void insertIntoFrontmost(const std::string &text, std::function<void()>) override {
+    inserted.push_back(text);
+  }
   void openSettings(bool expanded) override {
     timeline.note(expanded ? "settings expanded" : "settings");
   }
