@@ -262,18 +262,5 @@ TEST(WindowAnchorTest, TheAnchoredWindowComesBackOrTheLogSaysWhyNot) {
   }
 }
 
-TEST(WindowAnchorTest, SessionsThatKnowNoWindowsAnchorNothingWithoutAnApplication) {
-  FakeEnvironment env;
-  EXPECT_FALSE(FocusAnchor::capture(std::nullopt));
-  // An application anchor never asks for windows, whatever the workspace knows of them.
-  auto app = env.workspace.launch(300, "com.example.term", "Terminal");
-  env.accessibility.addFocusedField(app.pid, "prompt");
-  env.workspace.frontWindow = std::make_shared<FakeElement>("terminal window");
-  auto anchor = FocusAnchor::capture(app);
-  ASSERT_TRUE(anchor);
-  EXPECT_EQ(anchor->window, nullptr);
-  EXPECT_FALSE(anchor->cannotRestore);
-}
-
 } // namespace
 } // namespace selvar
