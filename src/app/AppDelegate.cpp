@@ -2,6 +2,7 @@
 
 #include "app/MainMenu.h"
 #include "app/Prefs.h"
+#include "insertion/TextInserter.h"
 #include "platform/MainQueue.h"
 #include "platform/Services.h"
 #include "platform/SettingsStore.h"
@@ -154,7 +155,10 @@ void AppDelegate::pasteLastDictation() {
 }
 
 void AppDelegate::pasteRecent(const MenuItem &item) {
-  if (!item.representedText.empty()) subsystems_.insertIntoFrontmost(item.representedText);
+  if (item.representedText.empty()) return;
+  subsystems_.insertIntoFrontmost(item.representedText, [this] {
+    if (controller_) controller_->flash(TextInserter::kCopiedOnlyMessage);
+  });
 }
 
 void AppDelegate::retryFailedDictation() {

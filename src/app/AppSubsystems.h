@@ -45,7 +45,8 @@ public:
   // The status menu and its actions.
   virtual StatusMenuState statusMenuState() = 0;
   virtual std::string toolTip() = 0;
-  virtual void insertIntoFrontmost(const std::string &text) = 0;
+  // copiedOnly as for the inserter: the text could only be copied, and the user should know.
+  virtual void insertIntoFrontmost(const std::string &text, std::function<void()> copiedOnly) = 0;
   virtual void openSettings(bool expanded) = 0;
   virtual void openFeedback(std::optional<std::string> dictated) = 0;
   virtual void checkForUpdates() = 0;

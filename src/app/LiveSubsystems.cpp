@@ -146,10 +146,11 @@ std::string LiveSubsystems::toolTip() {
   return StatusMenu::toolTip(Prefs::triggerMode(), shortLabel(TriggerStore::current()));
 }
 
-void LiveSubsystems::insertIntoFrontmost(const std::string &text) {
+void LiveSubsystems::insertIntoFrontmost(const std::string &text,
+                                         std::function<void()> copiedOnly) {
   Workspace *workspace = services().workspace;
   TextInserter::insert(text, workspace ? workspace->frontmostApplication() : std::nullopt,
-                       std::nullopt);
+                       std::nullopt, std::move(copiedOnly));
 }
 
 void LiveSubsystems::openSettings(bool expanded) {

@@ -33,7 +33,7 @@ public:
 
   StatusMenuState statusMenuState() override;
   std::string toolTip() override;
-  void insertIntoFrontmost(const std::string &text) override;
+  void insertIntoFrontmost(const std::string &text, std::function<void()> copiedOnly) override;
   void openSettings(bool expanded) override;
   void openFeedback(std::optional<std::string> dictated) override;
   void checkForUpdates() override;

@@ -150,6 +150,9 @@ private:
   void deliver(const std::string &text, double seconds, double latency);
   void insert(const std::string &text, const std::optional<RunningApp> &app,
               const std::optional<FocusAnchor> &anchor);
+  // The inserter, with the pill telling the user when the text could only be copied.
+  void insertText(const std::string &text, const std::optional<RunningApp> &app,
+                  const std::optional<FocusAnchor> &anchor);
   void rewriteThenInsert(const ServerEndpoint &endpoint, const std::string &text,
                          const std::optional<RunningApp> &app,
                          const std::optional<FocusAnchor> &anchor);

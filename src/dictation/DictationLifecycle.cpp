@@ -321,7 +321,7 @@ void DictationController::beginFeedbackRecording() {
 
 void DictationController::pasteLast() {
   if (auto text = History::mostRecentText())
-    TextInserter::insert(*text, services().workspace->frontmostApplication(), std::nullopt);
+    insertText(*text, services().workspace->frontmostApplication(), std::nullopt);
   else
     flash("No dictation yet");
 }

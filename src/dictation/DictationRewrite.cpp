@@ -30,21 +30,23 @@ struct RewriteRace {
   }
 };
 
-void insertReply(const std::string &text, const std::optional<ServerReply> &reply,
-                 const std::optional<RunningApp> &app, const std::optional<FocusAnchor> &anchor) {
+// The text to insert after the rewrite stage: the model's, or the cleaned text when it did not
+// deliver.
+const std::string &chooseReply(const std::string &text, const std::optional<ServerReply> &reply) {
   if (!reply) {
     Log::write("rewrite missed its budget; inserting the cleaned text");
-    TextInserter::insert(text, app, anchor);
-  } else if (reply->error) {
-    Log::write("rewrite failed: " + reply->error->description);
-    TextInserter::insert(text, app, anchor);
-  } else if (reply->rejected) {
-    Log::write("rewrite not used; inserting the cleaned text");
-    TextInserter::insert(text, app, anchor);
-  } else {
-    Log::write("rewrite applied " + std::to_string(graphemeCount(reply->text)) + " chars");
-    TextInserter::insert(reply->text, app, anchor);
+    return text;
   }
+  if (reply->error) {
+    Log::write("rewrite failed: " + reply->error->description);
+    return text;
+  }
+  if (reply->rejected) {
+    Log::write("rewrite not used; inserting the cleaned text");
+    return text;
+  }
+  Log::write("rewrite applied " + std::to_string(graphemeCount(reply->text)) + " chars");
+  return reply->text;
 }
 
 } // namespace
@@ -56,7 +58,7 @@ void DictationController::insert(const std::string &text, const std::optional<Ru
   auto engineId = Prefs::rewriteEngine();
   auto endpoint = neighbours_.servers->endpoint(engineId);
   if (!endpoint) {
-    TextInserter::insert(text, app, anchor);
+    insertText(text, app, anchor);
     return;
   }
   neighbours_.servers->checkRunning(engineId, kProbeMaxAge,
@@ -67,7 +69,7 @@ void DictationController::insert(const std::string &text, const std::optional<Ru
                                         if (running)
                                           rewriteThenInsert(endpoint, text, app, anchor);
                                         else
-                                          TextInserter::insert(text, app, anchor);
+                                          insertText(text, app, anchor);
                                       });
                                     });
 }
@@ -77,17 +79,23 @@ void DictationController::rewriteThenInsert(const ServerEndpoint &endpoint, cons
                                             const std::optional<FocusAnchor> &anchor) {
   double budget = std::max(static_cast<double>(Prefs::rewriteBudgetMS()) / 1000, kMinimumBudget);
   auto race = std::make_shared<RewriteRace>();
-  auto finish = [race, text, app, anchor, q = &queue(),
+  auto finish = [this, race, text, app, anchor, q = &queue(),
                  life = std::weak_ptr<int>(lifetime_)](std::optional<ServerReply> reply) {
     if (!race->claim()) return;
-    q->async([text, app, anchor, life, reply = std::move(reply)] {
+    q->async([this, text, app, anchor, life, reply = std::move(reply)] {
       if (life.expired()) return;
-      insertReply(text, reply, app, anchor);
+      insertText(chooseReply(text, reply), app, anchor);
     });
   };
   neighbours_.servers->rewrite(text, endpoint, budget + kRequestSlack,
                                [finish](ServerReply reply) { finish(std::move(reply)); });
   queue().asyncAfter(budget, [finish] { finish(std::nullopt); });
+}
+
+void DictationController::insertText(const std::string &text, const std::optional<RunningApp> &app,
+                                     const std::optional<FocusAnchor> &anchor) {
+  TextInserter::insert(text, app, anchor,
+                       guarded([this] { flash(TextInserter::kCopiedOnlyMessage); }));
 }
 
 } // namespace selvar

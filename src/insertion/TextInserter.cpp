@@ -20,6 +20,7 @@ struct PasteJob {
   std::optional<FocusAnchor> anchor;
   std::optional<PasteboardSnapshot> snapshot;
   bool restoreClipboard = false;
+  CopiedOnly copiedOnly;
 };
 
 void deliver(const PasteJob &job, int attempt);
@@ -43,9 +44,16 @@ bool handBack(const PasteJob &job, int attempt, const std::optional<std::string>
   return true;
 }
 
+// Reached once per job: hand-backs return before it.
 bool restoreFocus(const PasteJob &job) {
-  if (!job.target || !job.anchor || job.target->pid != job.anchor->pid) return false;
+  if (!job.anchor) return false;
   auto &workspace = *services().workspace;
+  if (job.anchor->cannotRestore) {
+    Log::write("insert: focus cannot be restored here: " + *job.anchor->cannotRestore);
+    return false;
+  }
+  if (job.anchor->window) return workspace.activateWindow(job.anchor->window);
+  if (!job.target || job.target->pid != job.anchor->pid) return false;
   int pid = job.anchor->pid;
   if (workspace.isTerminated(pid)) return false;
   auto &ax = *services().accessibility;
@@ -58,9 +66,16 @@ bool restoreFocus(const PasteJob &job) {
   return restored;
 }
 
-void postPaste() {
-  if (!services().keySynthesizer->postKeystroke(kVKeyCode, kCommandFlag, kKeyHoldSeconds))
-    Log::write("insert: could not create the paste keystroke; the text stays on the clipboard");
+bool postPaste() {
+  auto &keys = *services().keySynthesizer;
+  if (!keys.canPostKeystrokes()) {
+    Log::write("insert: no keystroke can reach other applications here; the text stays on the "
+               "clipboard");
+    return false;
+  }
+  if (keys.postKeystroke(kVKeyCode, kCommandFlag, kKeyHoldSeconds)) return true;
+  Log::write("insert: could not create the paste keystroke; the text stays on the clipboard");
+  return false;
 }
 
 void restoreClipboard(const PasteJob &job) {
@@ -78,7 +93,12 @@ void deliver(const PasteJob &job, int attempt) {
   Log::write("insert: front=" + frontID.value_or("none") +
              " selvarActive=" + yesNo(workspace.isOwnApplicationActive()) +
              " focusRestored=" + yesNo(focusRestored) + " attempt=" + std::to_string(attempt));
-  postPaste();
+  if (!postPaste()) {
+    // The text on the clipboard is all the user has now: putting the old clipboard back
+    // would take it away before they can paste it themselves.
+    if (job.copiedOnly) job.copiedOnly();
+    return;
+  }
   // Deliberately blind to anything copied in the meantime: the user's clipboard comes back.
   services().mainQueue->asyncAfter(kRestoreDelay, [job] { restoreClipboard(job); });
 }
@@ -86,9 +106,14 @@ void deliver(const PasteJob &job, int attempt) {
 } // namespace
 
 void insert(const std::string &text, const std::optional<RunningApp> &target,
-            const std::optional<FocusAnchor> &anchor) {
+            const std::optional<FocusAnchor> &anchor, CopiedOnly copiedOnly) {
   auto &pasteboard = *services().pasteboard;
-  PasteJob job{text, target, anchor, pasteboard.snapshot(), Prefs::restoreClipboard()};
+  PasteJob job{text,
+               target,
+               anchor,
+               pasteboard.snapshot(),
+               Prefs::restoreClipboard(),
+               std::move(copiedOnly)};
   pasteboard.setString(text);
   if (Prefs::insertMode() == InsertMode::copyOnly) return;
   services().mainQueue->asyncAfter(kFirstDeliveryDelay,

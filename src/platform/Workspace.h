@@ -38,6 +38,19 @@ public:
     (void)window;
     return activate(pid);
   }
+  // Where the window system names windows but not the processes behind them (Wayland), the
+  // focus is anchored to a window rather than to an application. The window that has the
+  // keyboard focus, other than this process's own, as a handle activateWindow takes back;
+  // nothing where windows are not known apart from their applications, or none is focused.
+  virtual ElementRef focusedWindow() { return nullptr; }
+  // Gives the keyboard focus back to a window focusedWindow() returned; false when it has
+  // closed or the window system could not be asked.
+  virtual bool activateWindow(const ElementRef &window) {
+    (void)window;
+    return false;
+  }
+  // Why no focus can be put back at all in this session; nothing where it can.
+  virtual std::optional<std::string> focusRestoreUnavailable() const { return std::nullopt; }
   // Whether this process is the active application.
   virtual bool isOwnApplicationActive() const {
     auto front = frontmostApplication();

@@ -308,6 +308,10 @@ TEST_F(AppDelegateTest, RecentItemsPasteTheirFullTextAndTheTipFollowsTheTrigger)
   ASSERT_EQ(menu[1].kind, MenuItem::Kind::submenu);
   host.menuHandler(menu[1].items[0]);
   EXPECT_EQ(subsystems.inserted, Lines{std::string(80, 'a')});
+  EXPECT_TRUE(controller().flashes.empty());
+  subsystems.insertsCopyOnly = true;
+  host.menuHandler(menu[1].items[0]);
+  EXPECT_EQ(controller().flashes, Lines{"Copied \u2014 press Ctrl+V"});
   std::string before = host.toolTip;
   env.notifications.post(kTriggerChangedNotification);
   EXPECT_NE(host.toolTip, before);

@@ -195,6 +195,34 @@ TEST_F(UtteranceScenarioTest, RecognizerErrorWithoutTextFlashesTheShortReason) {
   EXPECT_TRUE(logHas("utterance ended empty reason=error error=model loading"));
 }
 
+// A session where no keystroke reaches other applications: the text is copied, left there,
+// kept in history, and the pill tells the user to paste it themselves, for paste-last too.
+TEST_F(UtteranceScenarioTest, WithoutKeystrokesTheTextIsCopiedAndThePillSaysSo) {
+  rig.env.keys.reachesApplications = false;
+  rig.env.pasteboard.setString("what was on the clipboard");
+  rig.startSpeaking();
+  rig.press();
+  rig.task().final("hello world");
+  rig.env.queue.runUntilIdle();
+  rig.settle(0.06);
+  EXPECT_EQ(rig.pillState(), "Copied \u2014 press Ctrl+V");
+  EXPECT_TRUE(rig.pillVisible());
+  rig.settle(2.5);
+  EXPECT_FALSE(rig.pillVisible());
+  EXPECT_TRUE(rig.env.keys.posted.empty());
+  EXPECT_EQ(rig.env.pasteboard.string(), "Hello world");
+  EXPECT_EQ(History::mostRecentText(), "Hello world");
+
+  rig.env.pasteboard.setString("copied since");
+  rig.env.keyboardTap.keyDown(VirtualKey::v, 0x140000); // paste-last
+  rig.env.queue.runUntilIdle();
+  rig.settle(0.06);
+  EXPECT_EQ(rig.pillState(), "Copied \u2014 press Ctrl+V");
+  EXPECT_TRUE(rig.pillVisible());
+  rig.settle(5);
+  EXPECT_EQ(rig.env.pasteboard.string(), "Hello world");
+}
+
 TEST_F(UtteranceScenarioTest, TriggerWhileTranscribingCommitsTheBestHypothesis) {
   rig.startSpeaking();
   rig.task().partial("first thought");

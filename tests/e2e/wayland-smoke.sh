@@ -31,7 +31,8 @@ cleanup() {
   cp "$T"/*.log "$artifacts/" 2>/dev/null || true
   cp "$T"/home/logs/selvar.log "$artifacts/selvar-wayland.log" 2>/dev/null || true
   cp "$T"/home/pill.png "$artifacts/" 2>/dev/null || true
-  cp "$T"/run/typed.txt* "$artifacts/" 2>/dev/null || true
+  cp "$T"/run/typed.txt* "$T"/run/anchored.txt* "$artifacts/" 2>/dev/null || true
+  cp "$T"/home/probe/logs/selvar.log "$artifacts/probe.log" 2>/dev/null || true
   rm -rf "$T"
 }
 trap cleanup EXIT
@@ -121,6 +122,36 @@ wait_for 10 "the paste target window" target_focused
 in_session SWAYSOCK="$sock" swaymsg unbindsym ctrl+v >/dev/null || fail "could not drop the binding"
 in_session SELVAR_HOME="$T/home/probe" "$T/selvar_wayland_probe" key || fail "no paste chord"
 wait_for 5 "the pasted text" grep -qx "before dictation" "$T/run/typed.txt"
+
+# The focus anchor: the window in front when a recording starts is activated again through
+# foreign-toplevel management before the paste, though another window took the focus meanwhile.
+log_has "focus restored through foreign-toplevel management" || fail "no foreign-toplevel anchor"
+window_focused() {
+  in_session SWAYSOCK="$sock" swaymsg -t get_tree | python3 -c '
+import json, sys
+def walk(n):
+    yield n
+    for c in n.get("nodes", []) + n.get("floating_nodes", []):
+        yield from walk(c)
+sys.exit(0 if any(n.get("name") == sys.argv[1] and n.get("focused")
+                  for n in walk(json.load(sys.stdin))) else 1)' "$1"
+}
+focus_window() { in_session SWAYSOCK="$sock" swaymsg "[title=\"$1\"] focus" >/dev/null; }
+run anchorwindows GDK_BACKEND=wayland WAYLAND_DISPLAY="$wl" python3 "$T/textwindow.py" \
+  "$T/run/anchored.txt" "Anchor target" "$T/run/other.txt" "Other window"
+wait_for 10 "the second window" window_focused "Other window"
+focus_window "Anchor target"
+wait_for 5 "the window to anchor" window_focused "Anchor target"
+run anchor WAYLAND_DISPLAY="$wl" SELVAR_HOME="$T/home/probe" "$T/selvar_wayland_probe" \
+  anchor-paste "anchored text" "$T/run/go"
+wait_for 5 "the anchor" grep -q anchored "$T/anchor.log"
+focus_window "Other window"
+wait_for 5 "the other window to take the focus" window_focused "Other window"
+in_session touch "$T/run/go"
+wait_for 5 "the text in the anchored window" grep -qx "anchored text" "$T/run/anchored.txt"
+window_focused "Anchor target" || fail "the anchored window did not get the focus back"
+[ ! -s "$T/run/other.txt" ] || fail "the text went to the window that took the focus"
+grep -q "focusRestored=true" "$T/home/probe/logs/selvar.log" || fail "no focusRestored=true"
 
 in_session "$T/selvar" --toggle || fail "--toggle did not reach the running copy"
 wait_for 5 "the pill" log_has "hud shown"

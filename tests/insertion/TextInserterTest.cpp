@@ -149,6 +149,42 @@ TEST_F(TextInserterTest, HandBackOnlyWhenSelvarIsInFrontWithoutAWindowAndSomewhe
   }
 }
 
+// Paste mode where the keystroke cannot go out: the text stays on the clipboard for the user,
+// nothing is put back over it, and the caller hears of it once so it can tell the user.
+TEST_F(TextInserterTest, WhenNoPasteCanGoOutTheTextStaysOnTheClipboardAndTheCallerIsTold) {
+  struct Case {
+    const char *name;
+    bool reachesApplications;
+    bool canCreateEvents;
+    std::size_t posted;
+    const char *clipboardAfter;
+    int told;
+    const char *logLine;
+  } cases[] = {
+      {"paste goes out", true, true, 1, "old", 0, "focusRestored=true"},
+      {"session without keystrokes", false, true, 0, "new", 1,
+       "insert: no keystroke can reach other applications here; the text stays on the clipboard"},
+      {"keystroke fails", true, false, 0, "new", 1,
+       "insert: could not create the paste keystroke; the text stays on the clipboard"},
+  };
+  for (const auto &c : cases) {
+    FakeEnvironment local;
+    auto app = local.workspace.launch(600, "com.example.notes", "Notes");
+    local.accessibility.addFocusedField(app.pid, "note");
+    local.workspace.bringToFront(app.pid);
+    local.pasteboard.setItem(richItem());
+    local.keys.reachesApplications = c.reachesApplications;
+    local.keys.canCreateEvents = c.canCreateEvents;
+    int told = 0;
+    TextInserter::insert("new", app, FocusAnchor::capture(app), [&] { ++told; });
+    local.queue.advance(5);
+    EXPECT_EQ(local.keys.posted.size(), c.posted) << c.name;
+    EXPECT_EQ(local.pasteboard.string(), c.clipboardAfter) << c.name;
+    EXPECT_EQ(told, c.told) << c.name;
+    EXPECT_TRUE(logHas(c.logLine)) << c.name;
+  }
+}
+
 TEST_F(TextInserterTest, FocusIsRestoredOnlyForTheAnchoredProcessAndFailuresStillPaste) {
   auto other = env.workspace.launch(777, "com.example.mail", "Mail");
   auto anchor = FocusAnchor::capture(editor);
@@ -185,6 +221,45 @@ TEST(FocusAnchorTest, NeverAnchorsToNothingToSelvarOrToAQuitApp) {
   EXPECT_EQ(anchor->pid, 300);
   env.workspace.terminate(app.pid);
   EXPECT_FALSE(FocusAnchor::capture(app));
+}
+
+// Where the window system names windows but not their processes, the focused window is the
+// anchor; where nothing can be put back, the anchor says why, once, and the paste still goes.
+TEST(WindowAnchorTest, TheAnchoredWindowComesBackOrTheLogSaysWhyNot) {
+  struct Case {
+    const char *name;
+    bool windowKnown;
+    bool closedMeanwhile;
+    std::optional<std::string> cannotRestore;
+    bool restored;
+  } cases[] = {
+      {"anchored window comes back", true, false, std::nullopt, true},
+      {"anchored window closed meanwhile", true, true, std::nullopt, false},
+      {"no way to restore focus", false, false, "no window management protocol", false},
+  };
+  for (const auto &c : cases) {
+    FakeEnvironment env;
+    env.workspace.bringToFront(501); // no such process: nothing is frontmost
+    auto anchored = std::make_shared<FakeElement>("editor window");
+    if (c.windowKnown) env.workspace.frontWindow = anchored;
+    env.workspace.noFocusRestore = c.cannotRestore;
+    auto anchor = FocusAnchor::capture(env.workspace.frontmostApplication());
+    ASSERT_TRUE(anchor) << c.name;
+    // Another window took the focus while the user spoke.
+    env.workspace.frontWindow = std::make_shared<FakeElement>("browser window");
+    if (c.closedMeanwhile) env.workspace.closedWindows.insert(anchored);
+
+    TextInserter::insert("hello", std::nullopt, anchor);
+    env.queue.advance(0.06);
+    EXPECT_EQ(env.workspace.frontWindow == anchored, c.restored) << c.name;
+    EXPECT_EQ(env.workspace.windowActivations.size(), c.windowKnown ? 1u : 0u) << c.name;
+    EXPECT_TRUE(logHas(std::string("focusRestored=") + (c.restored ? "true" : "false"))) << c.name;
+    EXPECT_EQ(logCount("insert: focus cannot be restored here: no window management protocol"),
+              c.cannotRestore ? 1u : 0u)
+        << c.name;
+    EXPECT_EQ(env.keys.posted.size(), 1u) << c.name;
+    EXPECT_TRUE(env.workspace.activations.empty()) << c.name;
+  }
 }
 
 } // namespace

@@ -158,7 +158,10 @@ public:
 
   StatusMenuState statusMenuState() override { return menuState; }
   std::string toolTip() override { return "tip " + std::to_string(++toolTips); }
-  void insertIntoFrontmost(const std::string &text) override { inserted.push_back(text); }
+  void insertIntoFrontmost(const std::string &text, std::function<void()> copiedOnly) override {
+    inserted.push_back(text);
+    if (insertsCopyOnly) copiedOnly();
+  }
   void openSettings(bool expanded) override {
     timeline.note(expanded ? "settings expanded" : "settings");
   }
@@ -214,6 +217,7 @@ public:
   StatusMenuState menuState;
   int toolTips = 0;
   std::vector<std::string> inserted;
+  bool insertsCopyOnly = false; // the session could only copy what it was asked to insert
   std::vector<std::string> iconFolders;
   std::optional<std::string> iconError;
   std::vector<std::string> requests;

@@ -10,17 +10,26 @@
 //   hold TEXT           sets the clipboard and serves it until killed
 //   restore-after TEXT  snapshots the clipboard, sets TEXT, restores the snapshot, prints
 //                       "restored" and serves it until killed
+//   anchor-paste TEXT GO  anchors the focused window as a recording does, prints "anchored",
+//                       waits (at most 20 s) for the file GO to exist, then inserts TEXT
+//                       through Selvar's inserter (focus restore, Ctrl+V) and serves the
+//                       clipboard until killed
 // Exit status 2 when the compositor lacks the protocol, 1 on any other failure.
 
 #include "hotkeys/KeyChoices.h"
+#include "insertion/TextInserter.h"
 #include "platform/Services.h"
+#include "platform/linux/GLibMainQueue.h"
+#include "platform/linux/JsonFileSettingsStore.h"
 #include "platform/linux/LinuxFileLocations.h"
+#include "platform/linux/SessionAdapters.h"
 #include "platform/linux/WaylandDataControlClipboard.h"
 #include "platform/linux/WaylandKeySynthesizer.h"
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <glib.h>
 #include <iostream>
 #include <string>
@@ -101,6 +110,31 @@ int clipboard(const std::string &mode, const std::string &text) {
   return serveForever();
 }
 
+// The way a recording anchors and a delivery pastes, on the Wayland session's own adapters.
+int anchorPaste(selvar::Services services, const std::string &text, const std::string &go) {
+  selvar::GLibMainQueue queue;
+  selvar::JsonFileSettingsStore settings(services.files->configDir() / "probe-settings.json");
+  auto session = selvar::makeWaylandAdapters();
+  services.mainQueue = &queue;
+  services.clock = &queue;
+  services.settings = &settings;
+  services.workspace = &session->workspace();
+  services.accessibility = &session->accessibility();
+  services.pasteboard = &session->pasteboard();
+  services.keySynthesizer = &session->keySynthesizer();
+  selvar::installServices(services);
+  auto anchor = selvar::FocusAnchor::capture(services.workspace->frontmostApplication());
+  if (!anchor || !anchor->window) return fail("no window to anchor to");
+  std::printf("anchored\n");
+  std::fflush(stdout);
+  for (int tenths = 0; !std::filesystem::exists(go); ++tenths) {
+    if (tenths == 200) return fail("nobody said go");
+    g_usleep(100000);
+  }
+  selvar::TextInserter::insert(text, std::nullopt, anchor, [] { std::printf("copied only\n"); });
+  return serveForever();
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -115,9 +149,10 @@ int main(int argc, char **argv) {
   if (mode == "tap" && argc > 2)
     return tap(keyCode(text), argc > 3 && argv[3] == std::string("ctrl"));
   if (mode == "hold-key" && argc > 2) return hold(keyCode(text));
+  if (mode == "anchor-paste" && argc > 3) return anchorPaste(services, text, argv[3]);
   if (mode == "print" || ((mode == "hold" || mode == "restore-after") && argc > 2))
     return clipboard(mode, text);
   return fail(
       "usage: selvar_wayland_probe key | tap CODE [ctrl] | hold-key CODE | print | hold TEXT | "
-      "restore-after TEXT");
+      "restore-after TEXT | anchor-paste TEXT GO");
 }

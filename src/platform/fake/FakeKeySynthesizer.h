@@ -21,7 +21,10 @@ public:
     if (onPost) onPost();
     return true;
   }
+  bool canPostKeystrokes() const override { return reachesApplications; }
   bool canCreateEvents = true;
+  // Off: a session where no keystroke can reach other applications.
+  bool reachesApplications = true;
   std::vector<Keystroke> posted;
   // Runs after each recorded keystroke (a test's "the application pasted").
   std::function<void()> onPost;

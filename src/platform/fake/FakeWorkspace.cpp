@@ -34,6 +34,13 @@ bool FakeWorkspace::activateIgnoringOtherApps(int pid, const ElementRef &window)
   return true;
 }
 
+bool FakeWorkspace::activateWindow(const ElementRef &window) {
+  windowActivations.push_back(window);
+  if (closedWindows.contains(window)) return false;
+  if (activationsTakeEffect) frontWindow = window;
+  return true;
+}
+
 Workspace::Token FakeWorkspace::observeActivations(std::function<void(const RunningApp &)> h) {
   observers_[next_] = std::move(h);
   return next_++;

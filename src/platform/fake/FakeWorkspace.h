@@ -21,6 +21,9 @@ public:
   bool activate(int pid) override;
   bool activateIgnoringOtherApps(int pid, const ElementRef &window) override;
   bool ownsKeyWindow() const override { return hasKeyWindow; }
+  ElementRef focusedWindow() override { return frontWindow; }
+  bool activateWindow(const ElementRef &window) override;
+  std::optional<std::string> focusRestoreUnavailable() const override { return noFocusRestore; }
   Token observeActivations(std::function<void(const RunningApp &)> handler) override;
   void removeObserver(Token token) override;
   bool openURL(const std::string &url) override;
@@ -45,6 +48,12 @@ public:
   };
   std::vector<Activation> activations;
   std::vector<std::string> openedURLs;
+  // Windows as a window system that names no processes shows them: the focused one, the ones
+  // closed since, and every window asked to come forward.
+  ElementRef frontWindow;
+  std::set<ElementRef> closedWindows;
+  std::vector<ElementRef> windowActivations;
+  std::optional<std::string> noFocusRestore;
 
 private:
   std::map<Token, std::function<void(const RunningApp &)>> observers_;

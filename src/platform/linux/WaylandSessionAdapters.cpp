@@ -82,6 +82,10 @@ public:
     else
       notes.push_back("wayland: no data-control here; the clipboard is set through GTK and "
                       "never restored");
+    if (auto why = workspace_.focusRestoreUnavailable())
+      notes.push_back("wayland: the focus cannot be restored before a paste here: " + *why);
+    else
+      notes.push_back("wayland: focus restored through foreign-toplevel management");
     if (!LayerShellHudPanel::isSupported())
       notes.push_back("wayland: no layer-shell here; the pill is an ordinary window that the "
                       "compositor places");

@@ -38,6 +38,12 @@ bool WaylandWorkspace::ownsKeyWindow() const {
   return focused;
 }
 
+// GTK names this process's windows after the program unless told otherwise.
+ElementRef WaylandWorkspace::focusedWindow() {
+  const char *prgname = g_get_prgname();
+  return toplevels_.activated(prgname ? prgname : "");
+}
+
 bool WaylandWorkspace::openURL(const std::string &url) {
   GError *error = nullptr;
   const bool ok = g_app_info_launch_default_for_uri(url.c_str(), nullptr, &error);

@@ -1,9 +1,12 @@
 #pragma once
 // Applications on a Wayland desktop. The protocol keeps each client's focus to itself: nobody
 // can ask which application is in front or bring another one forward, so those answers are
-// "unknown" and "refused". The running ones are still the processes in /proc.
+// "unknown" and "refused". The running ones are still the processes in /proc. Compositors with
+// foreign-toplevel management tell which window is activated and activate one on request:
+// there the focus is anchored to that window.
 
 #include "platform/Workspace.h"
+#include "platform/linux/WaylandToplevels.h"
 
 namespace selvar {
 
@@ -17,6 +20,11 @@ public:
   bool activate(int) override { return false; }
   bool isOwnApplicationActive() const override { return ownsKeyWindow(); }
   bool ownsKeyWindow() const override;
+  ElementRef focusedWindow() override;
+  bool activateWindow(const ElementRef &window) override { return toplevels_.activate(window); }
+  std::optional<std::string> focusRestoreUnavailable() const override {
+    return toplevels_.unavailable();
+  }
   // No activations are ever seen, so observers are only counted out again.
   Token observeActivations(std::function<void(const RunningApp &)>) override {
     return nextToken_++;
@@ -26,6 +34,7 @@ public:
 
 private:
   Token nextToken_ = 1;
+  WaylandToplevels toplevels_;
 };
 
 } // namespace selvar

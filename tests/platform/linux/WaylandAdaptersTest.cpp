@@ -1,9 +1,16 @@
 #include "hotkeys/KeyChoices.h"
+#include "insertion/TextInserter.h"
+#include "platform/Services.h"
 #include "platform/fake/FakeEnvironment.h"
+#include "platform/linux/GtkOnlyClipboard.h"
+#include "platform/linux/MinimalCompositor.h"
+#include "platform/linux/SessionAdapters.h"
 #include "platform/linux/WaylandDataControlClipboard.h"
 #include "platform/linux/WaylandKeySynthesizer.h"
 #include "records/Log.h"
+#include "support/LogText.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <optional>
@@ -62,6 +69,54 @@ TEST(WaylandAdaptersTest, WithoutACompositorNothingIsSentAndTheLogSaysWhy) {
       << log;
   EXPECT_NE(log.find("cannot connect to the compositor for the clipboard"), std::string::npos)
       << log;
+}
+
+bool hasNote(const std::vector<std::string> &notes, const std::string &note) {
+  return std::find(notes.begin(), notes.end(), note) != notes.end();
+}
+
+// A compositor with only the core globals: each adapter falls back and says so, and a
+// dictation is still copied, with the user told to paste it and the log saying why the focus
+// stays where it is.
+TEST(WaylandAdaptersTest, ACompositorWithoutTheProtocolsLeavesEveryAdapterOnItsFallback) {
+  FakeEnvironment env;
+  testing::MinimalCompositor compositor(env.root());
+  ASSERT_FALSE(compositor.socketName().empty());
+  auto session = makeWaylandAdapters();
+  EXPECT_GE(compositor.clients(), 3); // keys, clipboard and windows each asked this one
+
+  EXPECT_FALSE(session->keySynthesizer().canPostKeystrokes());
+  EXPECT_NE(dynamic_cast<GtkOnlyClipboard *>(&session->pasteboard()), nullptr);
+  EXPECT_EQ(session->workspace().focusRestoreUnavailable(),
+            "the compositor offers no foreign-toplevel management");
+  EXPECT_EQ(session->workspace().focusedWindow(), nullptr);
+  auto notes = session->startupNotes();
+  for (const char *note :
+       {"wayland: no synthetic paste here; dictated text is copied for Ctrl+V",
+        "wayland: no data-control here; the clipboard is set through GTK and never restored",
+        "wayland: the focus cannot be restored before a paste here: the compositor offers no "
+        "foreign-toplevel management",
+        "wayland: no layer-shell here; the pill is an ordinary window that the compositor "
+        "places"})
+    EXPECT_TRUE(hasNote(notes, note)) << note;
+
+  // The core over these adapters (the clipboard stays the fake: GTK's needs a display).
+  Services services = selvar::services();
+  services.workspace = &session->workspace();
+  services.accessibility = &session->accessibility();
+  services.keySynthesizer = &session->keySynthesizer();
+  installServices(services);
+  auto anchor = FocusAnchor::capture(services.workspace->frontmostApplication());
+  ASSERT_TRUE(anchor);
+  int told = 0;
+  TextInserter::insert("dictated", std::nullopt, anchor, [&] { ++told; });
+  env.queue.advance(5);
+  EXPECT_EQ(told, 1);
+  EXPECT_EQ(env.pasteboard.string(), "dictated");
+  EXPECT_EQ(testing::logCount("insert: focus cannot be restored here: the compositor offers no "
+                              "foreign-toplevel management"),
+            1u);
+  EXPECT_TRUE(testing::logHas("insert: no keystroke can reach other applications here"));
 }
 
 } // namespace
