@@ -25,7 +25,7 @@ bool processDead(int pid) {
 class PosixProcessRunnerTest : public ::testing::Test {
 protected:
   ProcessSpec shell(const std::string &script) {
-    return {"/bin/sh", {"-c", script}, {{"SELVAR_PROBE", "from-parent"}}, output};
+    return {"/bin/sh", {"-c", script}, {{"SELVAR_PROBE", "from-parent"}}, output, {}};
   }
   bool outputHas(const std::string &text) {
     return testing::waitFor(
@@ -81,7 +81,7 @@ TEST_F(PosixProcessRunnerTest, TerminateStopsWhatTheChildStarted) {
 }
 
 TEST_F(PosixProcessRunnerTest, MissingProgramFailsWithItsName) {
-  auto result = runner.launch({"/nonexistent/python", {}, {}, output});
+  auto result = runner.launch({"/nonexistent/python", {}, {}, output, {}});
   EXPECT_FALSE(result.process);
   EXPECT_NE(result.error.find("/nonexistent/python"), std::string::npos);
 }
