@@ -49,6 +49,11 @@ VariantRef adoptVariant(GVariant *value) {
   return VariantRef(g_variant_take_ref(value), g_variant_unref);
 }
 
+void initRequestOptions(GVariantBuilder &options, const std::string &token) {
+  g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
+  g_variant_builder_add(&options, "{sv}", "handle_token", g_variant_new_string(token.c_str()));
+}
+
 std::optional<std::string> vardictString(GVariant *dict, const char *key) {
   if (!dict) return std::nullopt;
   for (const GVariantType *type : {G_VARIANT_TYPE_STRING, G_VARIANT_TYPE_OBJECT_PATH}) {

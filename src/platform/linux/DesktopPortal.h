@@ -92,6 +92,9 @@ private:
   std::shared_ptr<int> alive_ = std::make_shared<int>(0);
 };
 
+// Starts the a{sv} options of a request with its handle_token.
+void initRequestOptions(GVariantBuilder &options, const std::string &token);
+
 // Reads a string-like entry ("s" or "o") of an a{sv}; nothing when absent or of another type.
 std::optional<std::string> vardictString(GVariant *dict, const char *key);
 

@@ -20,13 +20,6 @@ constexpr guint32 kKeyboard = 1;
 constexpr guint32 kPersistUntilRevoked = 2;
 constexpr const char *kCopyOnly = "; dictated text is copied for Ctrl+V";
 
-GVariantBuilder tokenOptions(const std::string &token) {
-  GVariantBuilder options;
-  g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
-  g_variant_builder_add(&options, "{sv}", "handle_token", g_variant_new_string(token.c_str()));
-  return options;
-}
-
 // A restore token is an opaque printable string from the portal; anything else in the file is
 // not one.
 bool plausibleToken(const std::string &token) {
@@ -43,7 +36,8 @@ void PortalKeySynthesizer::start(std::filesystem::path tokenFile) {
   tokenFile_ = std::move(tokenFile);
   stage_ = Stage::asking;
   const std::string token = portal_.newToken("remote");
-  GVariantBuilder options = tokenOptions(token);
+  GVariantBuilder options;
+  initRequestOptions(options, token);
   g_variant_builder_add(&options, "{sv}", "session_handle_token",
                         g_variant_new_string(portal_.newToken("session").c_str()));
   portal_.request(
@@ -59,7 +53,8 @@ void PortalKeySynthesizer::start(std::filesystem::path tokenFile) {
 
 void PortalKeySynthesizer::selectDevices() {
   const std::string token = portal_.newToken("devices");
-  GVariantBuilder options = tokenOptions(token);
+  GVariantBuilder options;
+  initRequestOptions(options, token);
   g_variant_builder_add(&options, "{sv}", "types", g_variant_new_uint32(kKeyboard));
   g_variant_builder_add(&options, "{sv}", "persist_mode",
                         g_variant_new_uint32(kPersistUntilRevoked));
@@ -76,7 +71,8 @@ void PortalKeySynthesizer::selectDevices() {
 
 void PortalKeySynthesizer::startSession() {
   const std::string token = portal_.newToken("start");
-  GVariantBuilder options = tokenOptions(token);
+  GVariantBuilder options;
+  initRequestOptions(options, token);
   portal_.request({kInterface, "Start", token,
                    g_variant_new("(osa{sv})", session_.c_str(), "", &options), kDialogSeconds},
                   [this](PortalAnswer answer) {

@@ -11,13 +11,6 @@ namespace {
 
 constexpr const char *kInterface = "org.freedesktop.portal.GlobalShortcuts";
 
-GVariantBuilder tokenOptions(const std::string &token) {
-  GVariantBuilder options;
-  g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
-  g_variant_builder_add(&options, "{sv}", "handle_token", g_variant_new_string(token.c_str()));
-  return options;
-}
-
 GVariant *shortcutList() {
   GVariantBuilder list;
   g_variant_builder_init(&list, G_VARIANT_TYPE("a(sa{sv})"));
@@ -63,7 +56,8 @@ void PortalShortcutsKeyboardTap::createSession() {
   subscriptions_.push_back(portal_.subscribe(
       kInterface, "Deactivated", [this](GVariant *parameters) { onShortcut(parameters, false); }));
   const std::string token = portal_.newToken("shortcuts");
-  GVariantBuilder options = tokenOptions(token);
+  GVariantBuilder options;
+  initRequestOptions(options, token);
   g_variant_builder_add(&options, "{sv}", "session_handle_token",
                         g_variant_new_string(portal_.newToken("session").c_str()));
   portal_.request(
@@ -80,7 +74,8 @@ void PortalShortcutsKeyboardTap::createSession() {
 void PortalShortcutsKeyboardTap::listShortcuts() {
   stage_ = Stage::listing;
   const std::string token = portal_.newToken("list");
-  GVariantBuilder options = tokenOptions(token);
+  GVariantBuilder options;
+  initRequestOptions(options, token);
   portal_.request({kInterface, "ListShortcuts", token,
                    g_variant_new("(oa{sv})", session_.c_str(), &options), kCallSeconds},
                   [this](PortalAnswer answer) {
@@ -97,7 +92,8 @@ void PortalShortcutsKeyboardTap::listShortcuts() {
 void PortalShortcutsKeyboardTap::bindShortcuts() {
   stage_ = Stage::binding;
   const std::string token = portal_.newToken("bind");
-  GVariantBuilder options = tokenOptions(token);
+  GVariantBuilder options;
+  initRequestOptions(options, token);
   portal_.request(
       {kInterface, "BindShortcuts", token,
        g_variant_new("(o@a(sa{sv})sa{sv})", session_.c_str(), shortcutList(), "", &options),
