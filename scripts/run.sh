@@ -25,8 +25,17 @@ fi
 if [ -n "${WAYLAND_DISPLAY:-}" ] || [ "${XDG_SESSION_TYPE:-}" = wayland ]; then
   readable=
   for node in /dev/input/event*; do [ -r "$node" ] && readable=1 && break; done
+  # The desktop portal's global shortcuts (KDE Plasma 6, GNOME 48+, Hyprland) come next.
+  shortcuts=
+  timeout 5 gdbus introspect --session --dest org.freedesktop.portal.Desktop \
+    --object-path /org/freedesktop/portal/desktop 2>/dev/null |
+    grep -q org.freedesktop.portal.GlobalShortcuts && shortcuts=1
   if [ -n "$readable" ]; then
     echo "run: Wayland session: trigger keys are read from the keyboards (evdev)."
+  elif [ -n "$shortcuts" ]; then
+    echo "run: Wayland session: no keyboard is readable, so the trigger comes from the desktop"
+    echo "run:   portal's shortcuts: confirm them in the dialog the desktop shows once."
+    echo "run:   to use the trigger key itself: sudo usermod -aG input $USER, then log in again"
   else
     echo "run: Wayland session: no keyboard is readable, so the trigger is the control command."
     echo "run:   to use the trigger key itself: sudo usermod -aG input $USER, then log in again"
@@ -34,7 +43,8 @@ if [ -n "${WAYLAND_DISPLAY:-}" ] || [ "${XDG_SESSION_TYPE:-}" = wayland ]; then
   echo "run:   compositor bindings work everywhere, e.g. for sway:"
   echo "run:     bindsym Mod4+d exec $PWD/build/src/selvar --start"
   echo "run:     bindsym --release Mod4+d exec $PWD/build/src/selvar --stop"
-  echo "run:   dictated text is copied; press Ctrl+V to paste it."
+  echo "run:   text is pasted through a virtual keyboard (wlroots) or the portal's remote desktop"
+  echo "run:   (GNOME, KDE: asked once); where neither works it is copied for Ctrl+V."
 fi
 
 # The server loads its model while Selvar starts, so the first dictation does not wait for it.

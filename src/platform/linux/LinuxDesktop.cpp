@@ -109,6 +109,7 @@ void LinuxDesktop::showTray(LinuxAppHost &host, IconRenderer &icons) {
 }
 
 void LinuxDesktop::announceSession() {
+  session_->start();
   for (const auto &line : session_->startupNotes())
     Log::write(line);
 }

@@ -42,7 +42,8 @@ public:
   void openSettings(bool expanded);
   // The status item with the shell's menu; call once the shell installed it.
   void showTray(LinuxAppHost &host, IconRenderer &icons);
-  // Writes which backend runs and what it can do.
+  // Starts what the session needs the main loop for (desktop portal requests), then writes
+  // which backend runs and what it can do.
   void announceSession();
 
 private:

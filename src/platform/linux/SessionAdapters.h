@@ -24,6 +24,9 @@ public:
   virtual Pasteboard &pasteboard() = 0;
   virtual KeySynthesizer &keySynthesizer() = 0;
   virtual KeyboardTap &keyboardTap() = 0;
+  // Begins what needs the main loop and the services (requests to the desktop portal); once,
+  // after start-up.
+  virtual void start() {}
   // A window for the pill, as this session can place one.
   virtual std::unique_ptr<GtkHudPanel> makeHudPanel(const GdkScreens &screens) = 0;
   // Log lines for the start: which backend runs, and how to get more out of it.

@@ -1,11 +1,15 @@
 // The Wayland session. What a client may do here depends on the compositor's protocols; the
 // pieces that are not offered say so in the log once at start instead of failing each time.
 
+#include "platform/FileLocations.h"
 #include "platform/linux/CommandOnlyKeyboardTap.h"
+#include "platform/linux/DesktopPortal.h"
 #include "platform/linux/EvdevKeyboardTap.h"
 #include "platform/linux/GtkOnlyClipboard.h"
 #include "platform/linux/LayerShellHudPanel.h"
 #include "platform/linux/LinuxPermissionAccess.h"
+#include "platform/linux/PortalKeySynthesizer.h"
+#include "platform/linux/PortalShortcutsKeyboardTap.h"
 #include "platform/linux/SessionAdapters.h"
 #include "platform/linux/WaylandDataControlClipboard.h"
 #include "platform/linux/WaylandKeySynthesizer.h"
@@ -45,7 +49,23 @@ public:
     WaylandTriggerOptions options;
     options.keyboardsReadable = evdev_.anyKeyboardReadable();
     options.keyboardsDenied = !evdev_.deniedPaths().empty();
+    // The bus is asked only when the portal could be of use.
+    if (!options.keyboardsReadable || !virtualKeys_.available()) {
+      portal_ = DesktopPortal::onSessionBus();
+      if (portal_ && !portal_->isOffered()) portal_.reset();
+    }
+    options.portalShortcuts = portal_ != nullptr;
     trigger_ = chooseWaylandTriggerSource(options);
+    if (portal_) {
+      portalShortcuts_ =
+          std::make_unique<PortalShortcutsKeyboardTap>(*portal_, command_.sourceName());
+      portalKeys_ = std::make_unique<PortalKeySynthesizer>(*portal_);
+    }
+  }
+
+  void start() override {
+    if (usesPortalKeys())
+      portalKeys_->start(Paths::dataRoot() / PortalKeySynthesizer::kTokenFileName);
   }
 
   Workspace &workspace() override { return workspace_; }
@@ -57,10 +77,12 @@ public:
   }
   KeySynthesizer &keySynthesizer() override {
     if (virtualKeys_.available()) return virtualKeys_;
+    if (usesPortalKeys()) return *portalKeys_;
     return noKeys_;
   }
   KeyboardTap &keyboardTap() override {
     if (trigger_.source == WaylandTriggerSource::evdev) return evdev_;
+    if (trigger_.source == WaylandTriggerSource::portalShortcuts) return *portalShortcuts_;
     return command_;
   }
   // Without layer-shell (GNOME) the pill is an ordinary window: the compositor chooses where
@@ -75,6 +97,9 @@ public:
       notes.push_back("wayland: " + hint);
     if (virtualKeys_.available())
       notes.push_back("wayland: paste keystroke through a virtual keyboard");
+    else if (usesPortalKeys())
+      notes.push_back("wayland: paste keystroke through the desktop portal's remote desktop "
+                      "(asked once, then remembered)");
     else
       notes.push_back("wayland: no synthetic paste here; dictated text is copied for Ctrl+V");
     if (dataControl_.available())
@@ -93,6 +118,9 @@ public:
   }
 
 private:
+  // On wlroots the virtual keyboard wins; the portal types where it is not offered.
+  bool usesPortalKeys() const { return portalKeys_ && !virtualKeys_.available(); }
+
   WaylandWorkspace workspace_;
   WaylandPermissionAccess permissions_;
   NoAccessibility accessibility_;
@@ -102,6 +130,9 @@ private:
   NoKeySynthesizer noKeys_;
   EvdevKeyboardTap evdev_;
   CommandOnlyKeyboardTap command_;
+  std::unique_ptr<DesktopPortal> portal_;
+  std::unique_ptr<PortalShortcutsKeyboardTap> portalShortcuts_;
+  std::unique_ptr<PortalKeySynthesizer> portalKeys_;
   WaylandTriggerChoice trigger_;
 };
 
