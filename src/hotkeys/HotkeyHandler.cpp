@@ -14,6 +14,17 @@ namespace selvar {
 
 namespace {
 
+const char *passageNote(KeyPassage passage) {
+  switch (passage) {
+  case KeyPassage::swallowedWhenClaimed: return "";
+  case KeyPassage::alsoReachApplication: return "; keys also reach the focused application";
+  case KeyPassage::onlyDesktopShortcuts:
+    return "; only the desktop's shortcuts reach Selvar, and the desktop keeps them from "
+           "applications";
+  }
+  return "";
+}
+
 KeyboardTap &tap() {
   return *services().keyboardTap;
 }
@@ -65,8 +76,7 @@ void HotkeyHandler::installHotkey() {
   }
   loggedAccessibilityWait_ = false;
   Log::write("hotkey installed trigger=" + std::string(rawValue(TriggerStore::current())));
-  Log::write("trigger source: " + tap().sourceName() +
-             (tap().canSwallowKeys() ? "" : "; keys also reach the focused application"));
+  Log::write("trigger source: " + tap().sourceName() + passageNote(tap().keyPassage()));
   updateSwallowedKeys();
 }
 

@@ -32,6 +32,17 @@ struct SwallowedKey {
   friend bool operator==(const SwallowedKey &, const SwallowedKey &) = default;
 };
 
+// Whether the applications see the keys Selvar acts on.
+enum class KeyPassage {
+  // Selvar keeps a key from the focused application when it claims it.
+  swallowedWhenClaimed,
+  // Keys are only observed: the cancel key and the chords act and also reach the application.
+  alsoReachApplication,
+  // Selvar hears only the shortcuts the desktop binds for it, and the desktop keeps those from
+  // every application; other keys (a bare Escape during the confirmation) never reach Selvar.
+  onlyDesktopShortcuts,
+};
+
 class KeyboardTap {
 public:
   // Returns true to swallow the event, false to pass it on unchanged.
@@ -51,9 +62,8 @@ public:
   virtual void setSwallowedKeys(std::vector<SwallowedKey> keys) { (void)keys; }
   // Where the keys come from, as the log and the settings window name it.
   virtual std::string sourceName() const = 0;
-  // Whether a key-down can be kept from the focused application at all. Where it cannot, the
-  // cancel key and the chords act and also reach the application.
-  virtual bool canSwallowKeys() const = 0;
+  // What becomes of the keys Selvar acts on, as far as the other applications are concerned.
+  virtual KeyPassage keyPassage() const = 0;
 };
 
 } // namespace selvar

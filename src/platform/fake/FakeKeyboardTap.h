@@ -22,7 +22,7 @@ public:
   bool isKeyDown(int keyCode) const override { return keysDown.contains(keyCode); }
   void setSwallowedKeys(std::vector<SwallowedKey> keys) override { claimed = std::move(keys); }
   std::string sourceName() const override { return source; }
-  bool canSwallowKeys() const override { return swallows; }
+  KeyPassage keyPassage() const override { return passage; }
 
   // Passes the event to the handler; true when it was swallowed. Without a tap nothing sees it.
   bool send(const KeyEvent &event) { return handler_ ? handler_(event) : false; }
@@ -35,7 +35,7 @@ public:
 
   bool refuseInstall = false;
   std::string source = "fake keys";
-  bool swallows = true;
+  KeyPassage passage = KeyPassage::swallowedWhenClaimed;
   int installs = 0;
   int reenables = 0;
   std::set<int> keysDown;

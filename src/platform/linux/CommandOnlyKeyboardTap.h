@@ -17,7 +17,7 @@ public:
   std::string sourceName() const override {
     return "the control command (selvar --start, --stop, --toggle, --cancel)";
   }
-  bool canSwallowKeys() const override { return false; }
+  KeyPassage keyPassage() const override { return KeyPassage::onlyDesktopShortcuts; }
 
 private:
   bool installed_ = false;

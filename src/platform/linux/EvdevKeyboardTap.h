@@ -30,7 +30,7 @@ public:
   void reenable() override {}
   bool isKeyDown(int keyCode) const override { return keyboards_.isKeyDown(keyCode); }
   std::string sourceName() const override { return "keyboards read directly (evdev)"; }
-  bool canSwallowKeys() const override { return false; }
+  KeyPassage keyPassage() const override { return KeyPassage::alsoReachApplication; }
 
 private:
   static gboolean onDeviceReadable(gint fd, GIOCondition condition, gpointer self);

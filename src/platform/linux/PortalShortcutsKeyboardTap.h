@@ -36,7 +36,7 @@ public:
   void reenable() override {}
   bool isKeyDown(int keyCode) const override { return held_.contains(keyCode); }
   std::string sourceName() const override;
-  bool canSwallowKeys() const override { return false; }
+  KeyPassage keyPassage() const override { return KeyPassage::onlyDesktopShortcuts; }
 
   Stage stage() const { return stage_; }
 

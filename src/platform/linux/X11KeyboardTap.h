@@ -28,7 +28,7 @@ public:
   bool isKeyDown(int keyCode) const override;
   void setSwallowedKeys(std::vector<SwallowedKey> keys) override;
   std::string sourceName() const override { return "X11 key grabs"; }
-  bool canSwallowKeys() const override { return true; }
+  KeyPassage keyPassage() const override { return KeyPassage::swallowedWhenClaimed; }
 
 private:
   bool openDisplay();

@@ -18,7 +18,7 @@ public:
   void reenable() override;
   bool isKeyDown(int keyCode) const override;
   std::string sourceName() const override { return "Quartz event tap"; }
-  bool canSwallowKeys() const override { return true; }
+  KeyPassage keyPassage() const override { return KeyPassage::swallowedWhenClaimed; }
 
   // The tap's callback hands each event here. The handler is copied so that it may remove the
   // tap while it runs.
