@@ -113,6 +113,7 @@ int main(int argc, char **argv) {
 
   GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
   LinuxAppHost host([loop] { g_main_loop_quit(loop); });
+  desktop.useStatusMenuOf(host);
   LockFileSingleInstance instance(LockFileSingleInstance::defaultLockFile());
   CairoIconRenderer icons;
   LiveSubsystems::Parts parts;

@@ -1,6 +1,7 @@
 #include "platform/linux/GtkSettingsWindow.h"
 
 #include "hotkeys/KeyChoices.h"
+#include "platform/linux/GtkMenuBuilder.h"
 #include "platform/linux/MacKeyCodes.h"
 
 #include <memory>
@@ -71,8 +72,9 @@ std::string installText(const EngineInstallState &install) {
 
 } // namespace
 
-GtkSettingsWindow::GtkSettingsWindow(SettingsModel &model, InstallEngine install)
-    : model_(model), install_(std::move(install)) {
+GtkSettingsWindow::GtkSettingsWindow(SettingsModel &model, InstallEngine install,
+                                     StatusMenu menu)
+    : model_(model), install_(std::move(install)), statusMenu_(std::move(menu)) {
   window_ = gtk_window_new(GTK_WINDOW_TOPLEVEL);
   gtk_window_set_title(GTK_WINDOW(window_), "Selvar Settings");
   gtk_window_set_default_size(GTK_WINDOW(window_), 620, 720);
@@ -82,6 +84,31 @@ GtkSettingsWindow::GtkSettingsWindow(SettingsModel &model, InstallEngine install
   g_signal_connect(window_, "key-press-event", G_CALLBACK(onKeyPress), this);
   scroller_ = gtk_scrolled_window_new(nullptr, nullptr);
   gtk_container_add(GTK_CONTAINER(window_), scroller_);
+  if (statusMenu_.build) addStatusMenu();
+}
+
+void GtkSettingsWindow::addStatusMenu() {
+  GtkWidget *bar = gtk_header_bar_new();
+  gtk_header_bar_set_title(GTK_HEADER_BAR(bar), "Selvar Settings");
+  gtk_header_bar_set_show_close_button(GTK_HEADER_BAR(bar), TRUE);
+  GtkWidget *button = gtk_menu_button_new();
+  gtk_widget_set_tooltip_text(button, "Selvar menu");
+  gtk_button_set_image(GTK_BUTTON(button),
+                       gtk_image_new_from_icon_name("open-menu-symbolic", GTK_ICON_SIZE_BUTTON));
+  menu_ = gtk_menu_new();
+  gtk_menu_button_set_popup(GTK_MENU_BUTTON(button), menu_);
+  g_signal_connect(button, "toggled", G_CALLBACK(onMenuToggled), this);
+  gtk_header_bar_pack_end(GTK_HEADER_BAR(bar), button);
+  gtk_window_set_titlebar(GTK_WINDOW(window_), bar);
+}
+
+// Recent dictations and a kept failed recording come and go: the items are those of the moment.
+void GtkSettingsWindow::onMenuToggled(GtkToggleButton *button, gpointer self) {
+  auto *window = static_cast<GtkSettingsWindow *>(self);
+  if (!gtk_toggle_button_get_active(button)) return;
+  GtkMenuBuilder::fill(GTK_MENU_SHELL(window->menu_), window->statusMenu_.build(),
+                       window->statusMenu_.chosen);
+  gtk_widget_show_all(window->menu_);
 }
 
 GtkSettingsWindow::~GtkSettingsWindow() {

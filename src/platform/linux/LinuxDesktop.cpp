@@ -83,8 +83,14 @@ void LinuxDesktop::openSettings(bool expanded) {
           settingsModel_->setInstallState(id, state);
           if (settings_) settings_->redraw();
         });
+    GtkSettingsWindow::StatusMenu menu;
+    if (auto *host = menuHost_) {
+      menu.build = [host] { return host->statusMenu(); };
+      menu.chosen = [host](const MenuItem &item) { host->choose(item); };
+    }
     settings_ = std::make_unique<GtkSettingsWindow>(
-        *settingsModel_, [this](const std::string &id) { installer_->install(id); });
+        *settingsModel_, [this](const std::string &id) { installer_->install(id); },
+        std::move(menu));
   }
   installer_->refresh();
   settings_->present(expanded);

@@ -39,6 +39,8 @@ public:
 
   std::unique_ptr<DictationControl> makeController();
   std::unique_ptr<HUDControl> makeHUD();
+  // The settings window carries the host's status menu too, for desktops that show no tray.
+  void useStatusMenuOf(LinuxAppHost &host) { menuHost_ = &host; }
   void openSettings(bool expanded);
   // The status item with the shell's menu; call once the shell installed it.
   void showTray(LinuxAppHost &host, IconRenderer &icons);
@@ -59,6 +61,7 @@ private:
   // Model downloads are read off the main loop, one request at a time.
   SerialQueue installQueue_;
   std::unique_ptr<GtkSettingsWindow> settings_;
+  LinuxAppHost *menuHost_ = nullptr;
   std::unique_ptr<EngineInstaller> installer_;
   std::unique_ptr<AppIndicatorTray> tray_;
   std::unique_ptr<StatusMenuWatch> menuWatch_;

@@ -28,7 +28,9 @@ PrivateXServer::PrivateXServer() {
   if (const char *display = std::getenv("DISPLAY")) previousDisplay_ = display;
   int fds[2];
   if (pipe(fds) != 0) return;
-  const std::string fd = std::to_string(fds[1]);
+  // The server gets descriptor 3 for its display number and nothing else of ours: a
+  // descriptor it kept open (a death test's pipe) would keep its reader waiting for good.
+  const std::string fd = "3";
   const char *argv[] = {"Xvfb",       "-displayfd", fd.c_str(), "-screen",  "0",
                         "640x480x24", "-nolisten",  "tcp",      "-noreset", nullptr};
   posix_spawn_file_actions_t actions;
@@ -36,6 +38,8 @@ PrivateXServer::PrivateXServer() {
   posix_spawn_file_actions_addclose(&actions, fds[0]);
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, fds[1], 3);
+  posix_spawn_file_actions_addclosefrom_np(&actions, 4);
   if (posix_spawnp(&pid_, "Xvfb", &actions, nullptr, const_cast<char *const *>(argv), environ) != 0)
     pid_ = -1;
   posix_spawn_file_actions_destroy(&actions);
