@@ -133,6 +133,7 @@ public:
     device_ = P::getDevice(manager_, seat_);
     P::listenDevice(device_, &deviceListener, this);
     if (!connection->roundtrip()) {
+      P::destroyDevice(device_);
       device_ = nullptr;
       return;
     }
@@ -154,7 +155,9 @@ public:
 
   std::optional<std::vector<std::string>> selectionTypes() const override {
     if (!selection_) return std::nullopt;
-    return offers_.at(selection_);
+    auto found = offers_.find(selection_);
+    if (found == offers_.end()) return std::vector<std::string>{};
+    return found->second;
   }
 
   void receive(const std::string &type, int fd) override {
@@ -170,7 +173,9 @@ public:
     for (const auto &[type, bytes] : served.representations)
       P::offerType(source_, type.c_str());
     P::setSelection(device_, source_);
-    flush();
+    // Waits for the compositor to hold it: the paste keystroke goes out on another connection
+    // and must not overtake the new selection.
+    connection->roundtrip();
   }
 
 private:
