@@ -103,7 +103,9 @@ public:
     else
       notes.push_back("wayland: no synthetic paste here; dictated text is copied for Ctrl+V");
     if (dataControl_.available())
-      notes.push_back("wayland: clipboard snapshot and restore through data-control");
+      notes.push_back(
+          std::string("wayland: clipboard snapshot and restore through data-control (") +
+          dataControl_.protocol() + ")");
     else
       notes.push_back("wayland: no data-control here; the clipboard is set through GTK and "
                       "never restored");
