@@ -104,6 +104,8 @@ int main(int argc, char **argv) {
     return outcome.exitStatus;
   }
   if (!openDisplay(argc, argv)) return 1;
+  // A clipboard reader that closes its pipe early must cost a failed write, not the process.
+  std::signal(SIGPIPE, SIG_IGN);
 
   LinuxDesktop desktop;
   installCoreServices(desktop);

@@ -1,6 +1,7 @@
 #include "platform/linux/WaylandDataControlClipboard.h"
 
 #include "ext-data-control-v1-client-protocol.h"
+#include "platform/linux/PipeHandOver.h"
 #include "platform/linux/WaylandConnection.h"
 #include "records/Log.h"
 #include "wlr-data-control-unstable-v1-client-protocol.h"
@@ -23,17 +24,6 @@ namespace {
 constexpr const char *kTextTypes[] = {"text/plain;charset=utf-8", "text/plain", "UTF8_STRING",
                                       "STRING", "TEXT"};
 constexpr int kReadTimeoutMs = 1000;
-
-bool writeAll(int fd, const std::vector<std::uint8_t> &data) {
-  std::size_t done = 0;
-  while (done < data.size()) {
-    ssize_t n = write(fd, data.data() + done, data.size() - done);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    done += static_cast<std::size_t>(n);
-  }
-  return true;
-}
 
 std::optional<std::string> textOf(const PasteboardItem &item) {
   for (const char *type : kTextTypes)
@@ -216,13 +206,13 @@ private:
     self(data).device_ = nullptr;
   }
 
+  // The reader may be slow, stuck or this very process: the bytes go out from the main loop
+  // as the pipe drains, never in a write that waits.
   static void onSend(void *data, typename P::Source *, const char *type, int fd) {
     for (const auto &[t, bytes] : self(data).served.representations)
       if (t == type) {
-        if (!writeAll(fd, bytes))
-          Log::write(std::string("clipboard: could not hand over ") + type + ": " +
-                     std::strerror(errno));
-        break;
+        PipeHandOver::start(fd, std::make_shared<const std::vector<std::uint8_t>>(bytes), type);
+        return;
       }
     close(fd);
   }
