@@ -49,6 +49,7 @@ constexpr HelpLine kHelp[] = {
     {"--start", "press the trigger in the running Selvar (bind it to a key press)"},
     {"--stop", "release the trigger in the running Selvar (bind it to the key's release)"},
     {"--cancel", "press the cancel key in the running Selvar"},
+    {"--paste-last", "paste the last dictation again from the running Selvar"},
     {"--version", "print the version and quit"},
     {"--help", "print this list and quit"},
 };

@@ -7,11 +7,12 @@ namespace selvar {
 
 namespace {
 
-constexpr std::array<std::pair<ControlCommand, std::string_view>, 4> kWords{{
+constexpr std::array<std::pair<ControlCommand, std::string_view>, 5> kWords{{
     {ControlCommand::toggle, "toggle"},
     {ControlCommand::start, "start"},
     {ControlCommand::stop, "stop"},
     {ControlCommand::cancel, "cancel"},
+    {ControlCommand::pasteLast, "paste-last"},
 }};
 
 } // namespace

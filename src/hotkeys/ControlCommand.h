@@ -3,7 +3,7 @@
 // cannot see the keyboard itself (a compositor binding runs "selvar --start" on press and
 // "selvar --stop" on release). Each acts exactly as the key would: start and stop are the
 // trigger's press and release under the chosen trigger mode, toggle is a press that starts or
-// finishes whatever the mode, cancel is the cancel key.
+// finishes whatever the mode, cancel is the cancel key, paste-last the paste-last chord.
 
 #include "platform/ControlChannel.h"
 
@@ -13,7 +13,7 @@
 
 namespace selvar {
 
-enum class ControlCommand { toggle, start, stop, cancel };
+enum class ControlCommand { toggle, start, stop, cancel, pasteLast };
 
 std::string_view rawValue(ControlCommand command);
 // The word as it travels ("toggle"); nothing for any other text.

@@ -244,6 +244,9 @@ void HotkeyHandler::commandReceived(ControlCommand command) {
   case ControlCommand::cancel:
     if (dictating()) controller_.escapePressed();
     break;
+  case ControlCommand::pasteLast:
+    controller_.pasteLast();
+    break;
   }
   updateSwallowedKeys();
 }

@@ -23,6 +23,7 @@ TEST(ControlCommandTest, SwitchesAreFoundAnywhereAndTheFirstOneCounts) {
       {{"selvar", "--toggle"}, ControlCommand::toggle},
       {{"selvar", "--settings-more", "--cancel"}, ControlCommand::cancel},
       {{"selvar", "--stop", "--start"}, ControlCommand::stop},
+      {{"selvar", "--paste-last"}, ControlCommand::pasteLast},
       {{"selvar"}, std::nullopt},
       {{"--start"}, std::nullopt}, // the program itself is never a switch
       {{"selvar", "toggle", "-toggle", "--Toggle", "--toggle=1"}, std::nullopt},
@@ -125,6 +126,22 @@ TEST_F(ControlScenarioTest, CancelTwiceDiscardsAndCancelWhileIdleDoesNothing) {
   rig.env.queue.advance(12);
   EXPECT_FALSE(rig.pasted());
   EXPECT_FALSE(History::mostRecentText());
+}
+
+// On a desktop without a tray this is how a bound key pastes the last dictation again.
+TEST_F(ControlScenarioTest, PasteLastPastesTheNewestDictationAgain) {
+  send(ControlCommand::pasteLast);
+  EXPECT_FALSE(rig.pasted());
+  rig.setMode(TriggerMode::hold);
+  send(ControlCommand::start);
+  rig.speak(5);
+  send(ControlCommand::stop);
+  rig.task().final("the report is ready");
+  rig.settle();
+  ASSERT_EQ(rig.pastes.size(), 1u);
+  send(ControlCommand::pasteLast);
+  rig.settle();
+  EXPECT_EQ(rig.pastes, (std::vector<std::string>{"The report is ready", "The report is ready"}));
 }
 
 } // namespace
