@@ -16,8 +16,10 @@ namespace {
 
 const char *passageNote(KeyPassage passage) {
   switch (passage) {
-  case KeyPassage::swallowedWhenClaimed: return "";
-  case KeyPassage::alsoReachApplication: return "; keys also reach the focused application";
+  case KeyPassage::swallowedWhenClaimed:
+    return "";
+  case KeyPassage::alsoReachApplication:
+    return "; keys also reach the focused application";
   case KeyPassage::onlyDesktopShortcuts:
     return "; only the desktop's shortcuts reach Selvar, and the desktop keeps them from "
            "applications";

@@ -49,6 +49,23 @@ VariantRef adoptVariant(GVariant *value) {
   return VariantRef(g_variant_take_ref(value), g_variant_unref);
 }
 
+void DesktopPortal::createSession(const char *interface, double timeoutSeconds, SessionDone done) {
+  const std::string token = newToken("create");
+  GVariantBuilder options;
+  initRequestOptions(options, token);
+  g_variant_builder_add(&options, "{sv}", "session_handle_token",
+                        g_variant_new_string(newToken("session").c_str()));
+  std::string what = std::string(interface).substr(std::string(interface).rfind('.') + 1);
+  request({interface, "CreateSession", token, g_variant_new("(a{sv})", &options), timeoutSeconds},
+          [done = std::move(done), what](PortalAnswer answer) {
+            if (answer.outcome != PortalAnswer::Outcome::granted)
+              return done(std::nullopt, answer.detail);
+            auto session = vardictString(answer.results.get(), "session_handle");
+            if (!session) return done(std::nullopt, what + ".CreateSession gave no session");
+            done(session, {});
+          });
+}
+
 void initRequestOptions(GVariantBuilder &options, const std::string &token) {
   g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
   g_variant_builder_add(&options, "{sv}", "handle_token", g_variant_new_string(token.c_str()));

@@ -64,6 +64,10 @@ public:
   // Calls the method and reports its Response (or why there is none) exactly once, unless
   // this object is gone by then.
   void request(PortalRequest request, std::function<void(PortalAnswer)> done);
+  // CreateSession on the interface: done gets the session's handle, or nothing and why.
+  using SessionDone =
+      std::function<void(std::optional<std::string> session, const std::string &why)>;
+  void createSession(const char *interface, double timeoutSeconds, SessionDone done);
   // A call without a Request (NotifyKeyboardKeycode); a failure is logged. Calls go out in
   // the order they were made.
   void call(const char *interface, const char *method, GVariant *parameters);

@@ -72,8 +72,7 @@ std::string installText(const EngineInstallState &install) {
 
 } // namespace
 
-GtkSettingsWindow::GtkSettingsWindow(SettingsModel &model, InstallEngine install,
-                                     StatusMenu menu)
+GtkSettingsWindow::GtkSettingsWindow(SettingsModel &model, InstallEngine install, StatusMenu menu)
     : model_(model), install_(std::move(install)), statusMenu_(std::move(menu)) {
   window_ = gtk_window_new(GTK_WINDOW_TOPLEVEL);
   gtk_window_set_title(GTK_WINDOW(window_), "Selvar Settings");

@@ -35,20 +35,12 @@ void PortalKeySynthesizer::start(std::filesystem::path tokenFile) {
   if (stage_ != Stage::idle) return;
   tokenFile_ = std::move(tokenFile);
   stage_ = Stage::asking;
-  const std::string token = portal_.newToken("remote");
-  GVariantBuilder options;
-  initRequestOptions(options, token);
-  g_variant_builder_add(&options, "{sv}", "session_handle_token",
-                        g_variant_new_string(portal_.newToken("session").c_str()));
-  portal_.request(
-      {kInterface, "CreateSession", token, g_variant_new("(a{sv})", &options), kCallSeconds},
-      [this](PortalAnswer answer) {
-        auto session = vardictString(answer.results.get(), "session_handle");
-        if (answer.outcome != PortalAnswer::Outcome::granted) return fail(answer.detail);
-        if (!session) return fail("RemoteDesktop.CreateSession gave no session");
-        session_ = *session;
-        selectDevices();
-      });
+  portal_.createSession(kInterface, kCallSeconds,
+                        [this](std::optional<std::string> session, const std::string &why) {
+                          if (!session) return fail(why);
+                          session_ = *session;
+                          selectDevices();
+                        });
 }
 
 void PortalKeySynthesizer::selectDevices() {

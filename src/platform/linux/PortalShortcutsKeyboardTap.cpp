@@ -55,20 +55,12 @@ void PortalShortcutsKeyboardTap::createSession() {
       kInterface, "Activated", [this](GVariant *parameters) { onShortcut(parameters, true); }));
   subscriptions_.push_back(portal_.subscribe(
       kInterface, "Deactivated", [this](GVariant *parameters) { onShortcut(parameters, false); }));
-  const std::string token = portal_.newToken("shortcuts");
-  GVariantBuilder options;
-  initRequestOptions(options, token);
-  g_variant_builder_add(&options, "{sv}", "session_handle_token",
-                        g_variant_new_string(portal_.newToken("session").c_str()));
-  portal_.request(
-      {kInterface, "CreateSession", token, g_variant_new("(a{sv})", &options), kCallSeconds},
-      [this](PortalAnswer answer) {
-        auto session = vardictString(answer.results.get(), "session_handle");
-        if (answer.outcome != PortalAnswer::Outcome::granted) return fail(answer.detail);
-        if (!session) return fail("GlobalShortcuts.CreateSession gave no session");
-        session_ = *session;
-        listShortcuts();
-      });
+  portal_.createSession(kInterface, kCallSeconds,
+                        [this](std::optional<std::string> session, const std::string &why) {
+                          if (!session) return fail(why);
+                          session_ = *session;
+                          listShortcuts();
+                        });
 }
 
 void PortalShortcutsKeyboardTap::listShortcuts() {

@@ -6,9 +6,10 @@
 // test, so the window lives in a child process (a threadsafe death test) that exits 0 only
 // when every check held and otherwise says which failed.
 
+#include "platform/linux/GtkSettingsWindow.h"
+
 #include "app/StatusMenu.h"
 #include "platform/fake/FakeEnvironment.h"
-#include "platform/linux/GtkSettingsWindow.h"
 #include "platform/linux/PrivateXServer.h"
 
 #include <cstdlib>
@@ -97,8 +98,8 @@ void exerciseTitleBarMenu() {
   // Choices are handed over once GTK is done with the item.
   for (int i = 0; i < 100 && g_main_context_iteration(nullptr, FALSE); ++i) {
   }
-  check((chosen == std::vector{MenuAction::retryFailedDictation, MenuAction::pasteRecent,
-                               MenuAction::quit}),
+  check((chosen ==
+         std::vector{MenuAction::retryFailedDictation, MenuAction::pasteRecent, MenuAction::quit}),
         "choices reach the shell as the tray's would");
   check(pastedRecent == "the quarterly report goes out on Friday", "the full text is pasted");
   // Past the leak checker: GTK keeps its toolkit state for the life of the process.
