@@ -11,7 +11,7 @@ packages=(
   clang libclang-rt-14-dev clang-format
   libglib2.0-dev libgtk-3-dev libayatana-appindicator3-dev
   libx11-dev libxtst-dev libxi-dev libpulse-dev libevdev-dev
-  libgtk-layer-shell-dev libwayland-dev libwayland-bin libxkbcommon-dev
+  libgtk-layer-shell-dev libwayland-dev libwayland-bin wayland-protocols libxkbcommon-dev
   python3 python3-venv python3-pip
   espeak-ng sox xvfb xauth x11-utils xdotool xterm openbox pulseaudio pulseaudio-utils
   python3-gi gir1.2-gtk-3.0 iproute2

@@ -30,7 +30,7 @@ cleanup() {
   done
   cp "$T"/*.log "$artifacts/" 2>/dev/null || true
   cp "$T"/home/logs/selvar.log "$artifacts/selvar-wayland.log" 2>/dev/null || true
-  cp "$T"/home/pill.png "$artifacts/" 2>/dev/null || true
+  cp "$T"/home/pill*.png "$artifacts/" 2>/dev/null || true
   cp "$T"/run/typed.txt* "$T"/run/anchored.txt* "$artifacts/" 2>/dev/null || true
   cp "$T"/home/probe/logs/selvar.log "$artifacts/probe.log" 2>/dev/null || true
   rm -rf "$T"
@@ -186,4 +186,5 @@ kill -TERM "$(cat "$T/home/selvar.lock")" || fail "no pid in the lock file"
 wait_for 10 "Selvar to stop" bash -c "! compgen -G '$T/home/selvar.sock'"
 if in_session "$T/selvar" --toggle 2>"$T/none.txt" >/dev/null; then fail "--toggle with no copy running succeeded"; fi
 grep -q "not running" "$T/none.txt" || fail "no clear message without a running copy"
+. tests/e2e/wayland-pill-drag.sh
 say "ok in $(($(date +%s%3N) - started)) ms (screenshot: $artifacts/pill.png)"

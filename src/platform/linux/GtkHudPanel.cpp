@@ -161,7 +161,7 @@ gboolean GtkHudPanel::onPress(GtkWidget *, GdkEventButton *event, gpointer self)
   auto *panel = static_cast<GtkHudPanel *>(self);
   if (event->button != GDK_BUTTON_PRIMARY || event->type != GDK_BUTTON_PRESS) return FALSE;
   if (panel->events_.mouseDown)
-    panel->events_.mouseDown(panel->pointer(event->x, event->y, event->x_root, event->y_root));
+    panel->events_.mouseDown(panel->pressPointer(event->x, event->y, event->x_root, event->y_root));
   return TRUE;
 }
 

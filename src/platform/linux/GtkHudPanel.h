@@ -41,9 +41,13 @@ protected:
   // Puts the window's top-left corner there, in root coordinates.
   virtual void moveWindow(GdkPoint topLeft);
   // Where the pointer is, in screen coordinates, from an event's window and root positions.
-  virtual Point pointer(double x, double y, double rootX, double rootY) const {
+  virtual Point pointer(double x, double y, double rootX, double rootY) {
     (void)x, (void)y;
     return screens_.fromRoot(rootX, rootY);
+  }
+  // The same for the button press that may start a drag.
+  virtual Point pressPointer(double x, double y, double rootX, double rootY) {
+    return pointer(x, y, rootX, rootY);
   }
   const GdkScreens &screens() const { return screens_; }
 
