@@ -22,12 +22,17 @@ fail() {
   exit 1
 }
 cleanup() {
-  local pid i
-  for pid in "${PIDS[@]}"; do
-    kill -TERM "$pid" 2>/dev/null || continue
-    for i in $(seq 30); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
-    kill -KILL "$pid" 2>/dev/null || true
+  local pid i alive
+  # All asked at once and given three seconds together: a wrapper that does not pass TERM on
+  # must not cost its three seconds one after another.
+  for pid in "${PIDS[@]}"; do kill -TERM "$pid" 2>/dev/null || true; done
+  for i in $(seq 30); do
+    alive=0
+    for pid in "${PIDS[@]}"; do kill -0 "$pid" 2>/dev/null && alive=1; done
+    [ $alive = 1 ] || break
+    sleep 0.1
   done
+  for pid in "${PIDS[@]}"; do kill -KILL "$pid" 2>/dev/null || true; done
   cp "$T"/*.log "$artifacts/" 2>/dev/null || true
   cp "$T"/home/logs/selvar.log "$artifacts/selvar-wayland.log" 2>/dev/null || true
   cp "$T"/home/pill*.png "$artifacts/" 2>/dev/null || true
