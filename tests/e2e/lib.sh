@@ -79,21 +79,46 @@ start_openbox() {
 
 pulse_ready() { pactl info; }
 
+# require_desktop_tools TOOL...: every tool and the server environment, or a clear failure.
+require_desktop_tools() {
+  local tool
+  for tool in "$@"; do
+    command -v "$tool" >/dev/null || {
+      echo "e2e: FAILED: $tool is missing (scripts/install-deps.sh installs it)" >&2
+      exit 1
+    }
+  done
+  [ -x "$ASR_PYTHON" ] || {
+    echo "e2e: FAILED: no transcription server environment at $ASR_PYTHON (run tools/setup-asr.sh)" >&2
+    exit 1
+  }
+}
+
+# The modules after the daemon's native socket: no configuration file and no real devices, a
+# null sink whose monitor, remapped to mono, is the default source, so whatever plays into the
+# sink is what the microphone hears.
+PULSE_MICROPHONE_MODULES=(
+  -L "module-null-sink sink_name=e2e_speaker rate=48000 sink_properties=device.description=E2ESpeaker"
+  -L "module-remap-source master=e2e_speaker.monitor source_name=e2e_mic channels=1 channel_map=mono source_properties=device.description=E2EMicrophone"
+)
+
+# After the daemon answers: the virtual speaker and microphone become the defaults.
+use_pulse_microphone() {
+  wait_for 20 "the PulseAudio daemon" pulse_ready
+  pactl set-default-sink e2e_speaker
+  pactl set-default-source e2e_mic
+}
+
 start_pulse() {
   mkdir -p "$XDG_RUNTIME_DIR/pulse"
   printf 'autospawn = no\n' >"$T/pulse-client.conf"
   export PULSE_CLIENTCONFIG="$T/pulse-client.conf"
   export PULSE_SERVER="unix:$XDG_RUNTIME_DIR/pulse/native"
-  # No configuration file and no real devices: a null sink whose monitor, remapped to mono,
-  # is the default source, so whatever plays into the sink is what the microphone hears.
   spawn pulse pulseaudio --daemonize=no --system=false -n --exit-idle-time=-1 \
     --disallow-exit --log-target=stderr \
     -L "module-native-protocol-unix socket=$XDG_RUNTIME_DIR/pulse/native" \
-    -L "module-null-sink sink_name=e2e_speaker rate=48000 sink_properties=device.description=E2ESpeaker" \
-    -L "module-remap-source master=e2e_speaker.monitor source_name=e2e_mic channels=1 channel_map=mono source_properties=device.description=E2EMicrophone"
-  wait_for 20 "the PulseAudio daemon" pulse_ready
-  pactl set-default-sink e2e_speaker
-  pactl set-default-source e2e_mic
+    "${PULSE_MICROPHONE_MODULES[@]}"
+  use_pulse_microphone
 }
 
 http_ok() { "$SYSTEM_PYTHON" -c 'import sys, urllib.request; urllib.request.urlopen(sys.argv[1], timeout=2)' "$1"; }

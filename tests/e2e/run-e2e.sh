@@ -38,16 +38,7 @@ fi
 
 source "$E2E_DIR/lib.sh"
 
-for tool in Xvfb openbox pulseaudio pactl paplay espeak-ng xdotool xprop; do
-  command -v "$tool" >/dev/null || {
-    echo "e2e: FAILED: $tool is missing (scripts/install-deps.sh installs it)" >&2
-    exit 1
-  }
-done
-[ -x "$ASR_PYTHON" ] || {
-  echo "e2e: FAILED: no transcription server environment at $ASR_PYTHON (run tools/setup-asr.sh)" >&2
-  exit 1
-}
+require_desktop_tools Xvfb openbox pulseaudio pactl paplay espeak-ng xdotool xprop
 
 T=$(mktemp -d "${TMPDIR:-/tmp}/selvar-e2e.XXXXXX")
 mkdir -p "$artifacts"

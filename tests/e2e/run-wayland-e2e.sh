@@ -35,16 +35,7 @@ fi
 source "$E2E_DIR/lib.sh"
 source "$E2E_DIR/scenarios.sh"
 
-for tool in sway swaymsg grim pulseaudio pactl parec espeak-ng runuser; do
-  command -v "$tool" >/dev/null || {
-    echo "e2e: FAILED: $tool is missing (scripts/install-deps.sh installs it)" >&2
-    exit 1
-  }
-done
-[ -x "$ASR_PYTHON" ] || {
-  echo "e2e: FAILED: no transcription server environment at $ASR_PYTHON (run tools/setup-asr.sh)" >&2
-  exit 1
-}
+require_desktop_tools sway swaymsg grim pulseaudio pactl parec espeak-ng runuser
 
 T=$(mktemp -d /tmp/selvar-wl-e2e.XXXXXX)
 chmod 755 "$T"
@@ -148,11 +139,8 @@ start_session_pulse() {
   as_session pulse pulseaudio --daemonize=no --system=false -n --exit-idle-time=-1 \
     --disallow-exit --log-target=stderr \
     -L "module-native-protocol-unix socket=$T/run/pulse/native auth-anonymous=1" \
-    -L "module-null-sink sink_name=e2e_speaker rate=48000 sink_properties=device.description=E2ESpeaker" \
-    -L "module-remap-source master=e2e_speaker.monitor source_name=e2e_mic channels=1 channel_map=mono source_properties=device.description=E2EMicrophone"
-  wait_for 20 "the PulseAudio daemon" pulse_ready
-  pactl set-default-sink e2e_speaker
-  pactl set-default-source e2e_mic
+    "${PULSE_MICROPHONE_MODULES[@]}"
+  use_pulse_microphone
 }
 
 window_focused() {
